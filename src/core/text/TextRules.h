@@ -1,0 +1,59 @@
+#pragma once
+// The text rules that the voice model, the few-shot bank and retrieval share. All text is UTF-8;
+// invalid bytes are treated as U+FFFD and never crash.
+//
+// A "character" is a user-perceived character (an extended grapheme cluster); every length is
+// counted in characters. Returned views point into the argument.
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace lumenary::text {
+
+/// The user-perceived characters of `s`, in order.
+std::vector<std::string_view> characters(std::string_view s);
+std::size_t characterCount(std::string_view s);
+
+/// The pieces of `s` cut at each U+0020 space, empty pieces dropped (tabs and newlines do not cut).
+std::vector<std::string_view> spaceWords(std::string_view s);
+std::size_t spaceWordCount(std::string_view s);
+
+/// Maximal runs of letters (a character whose first code point is Lu, Ll, Lt, Lm or Lo); every
+/// other character separates runs.
+std::vector<std::string_view> letterRuns(std::string_view s);
+/// Maximal runs of letters or numbers (a character whose first code point has a numeric type).
+std::vector<std::string_view> letterOrNumberRuns(std::string_view s);
+
+/// The locale-independent (root) Unicode lowercase mapping.
+std::string lowercase(std::string_view s);
+
+/// `s` without the characters of the Unicode punctuation categories (Pc Pd Ps Pe Pi Pf Po) at
+/// either end.
+std::string_view trimPunctuation(std::string_view s);
+/// `s` without spaces and tabs at either end.
+std::string_view trimSpacesAndTabs(std::string_view s);
+/// `s` without Unicode white space and newlines at either end.
+std::string_view trimWhitespace(std::string_view s);
+
+/// An emoji code point has the Unicode property Emoji and a value of at least U+238D (so digits,
+/// "#" and "©" are not emoji).
+bool isEmojiCodePoint(char32_t c);
+/// True when `s` holds at least one emoji code point.
+bool containsEmoji(std::string_view s);
+
+/// Decodes the code points of `s` (invalid sequences give U+FFFD).
+std::vector<char32_t> codePoints(std::string_view s);
+
+/// Entries of a counting table ranked by count, highest first. Ties keep the table's order.
+template <typename Table>
+std::vector<std::pair<typename Table::key_type, long long>> rankByCount(const Table& table) {
+    std::vector<std::pair<typename Table::key_type, long long>> ranked(table.begin(), table.end());
+    std::stable_sort(ranked.begin(), ranked.end(),
+                     [](const auto& a, const auto& b) { return a.second > b.second; });
+    return ranked;
+}
+
+}  // namespace lumenary::text

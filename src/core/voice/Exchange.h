@@ -1,0 +1,32 @@
+#pragma once
+// One real moment of the archive: what someone else wrote, and her message that followed.
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "importer/ChatMessage.h"
+
+namespace lumenary {
+
+struct Exchange {
+    std::optional<std::string> prompt;  // absent when nothing close enough in time came before
+    ChatMessage reply;                  // always a message of hers; its id is the exchange's id
+
+    const std::string& id() const { return reply.id; }
+    friend bool operator==(const Exchange&, const Exchange&) = default;
+};
+
+/// Pairs the archive into exchanges: one per message of `speaker`, in archive order. The prompt is
+/// the nearest earlier message of anyone else (her own earlier messages skipped), when it was
+/// written at most six hours before (or after, for out-of-order dates).
+std::vector<Exchange> pairExchanges(const std::vector<ChatMessage>& messages,
+                                    const std::string& speaker);
+
+/// JSON coding: "prompt" (written only when present, optional on reading) and "reply" (required).
+void to_json(nlohmann::ordered_json& json, const Exchange& exchange);
+void from_json(const nlohmann::ordered_json& json, Exchange& exchange);
+
+}  // namespace lumenary

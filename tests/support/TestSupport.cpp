@@ -1,0 +1,83 @@
+#include "TestSupport.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <stdexcept>
+
+extern char** environ;
+
+namespace lumenary::testing {
+
+namespace fs = std::filesystem;
+
+static std::string environment(const char* name) {
+    const char* value = std::getenv(name);
+    if (value == nullptr) throw std::runtime_error(std::string(name) + " is not set");
+    return value;
+}
+
+fs::path sourceDir() { return environment("LUMENARY_SOURCE_DIR"); }
+fs::path testData(const std::string& name) { return fs::path(environment("LUMENARY_TEST_DATA")) / name; }
+fs::path programPath() { return environment("LUMENARY_BINARY"); }
+
+TemporaryFolder::TemporaryFolder() {
+    std::random_device random;
+    path_ = fs::temp_directory_path() / ("lumenary-test-" + std::to_string(random()));
+    fs::create_directories(path_);
+}
+
+TemporaryFolder::~TemporaryFolder() {
+    std::error_code ignored;
+    fs::remove_all(path_, ignored);
+}
+
+fs::path TemporaryFolder::write(const std::string& name, const std::string& bytes) const {
+    const fs::path file = path_ / name;
+    fs::create_directories(file.parent_path());
+    std::ofstream(file, std::ios::binary) << bytes;
+    return file;
+}
+
+std::string readFile(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream content;
+    content << in.rdbuf();
+    return content.str();
+}
+
+ProgramRun runProgram(const std::vector<std::string>& arguments) {
+    TemporaryFolder capture;
+    const fs::path outPath = capture.path() / "out";
+    const fs::path errPath = capture.path() / "err";
+
+    std::vector<std::string> argv{programPath().string()};
+    argv.insert(argv.end(), arguments.begin(), arguments.end());
+    std::vector<char*> pointers;
+    for (auto& argument : argv) pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
+
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 1, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    posix_spawn_file_actions_addopen(&actions, 2, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    pid_t pid = 0;
+    ProgramRun run;
+    if (posix_spawn(&pid, pointers[0], &actions, nullptr, pointers.data(), environ) == 0) {
+        int status = 0;
+        waitpid(pid, &status, 0);
+        run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
+    posix_spawn_file_actions_destroy(&actions);
+    run.out = readFile(outPath);
+    run.err = readFile(errPath);
+    return run;
+}
+
+}  // namespace lumenary::testing

@@ -1,0 +1,46 @@
+#pragma once
+// Helpers shared by the tests: where the project's files are, a private temporary folder, and a
+// way to run the built program and read what it printed.
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace lumenary::testing {
+
+/// The checkout's root folder (from LUMENARY_SOURCE_DIR, set for every test).
+std::filesystem::path sourceDir();
+/// tests/data.
+std::filesystem::path testData(const std::string& name);
+/// The built `lumenary` program.
+std::filesystem::path programPath();
+
+/// A fresh empty folder, removed with everything in it when the object goes.
+class TemporaryFolder {
+public:
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    const std::filesystem::path& path() const { return path_; }
+    /// Writes `bytes` to a file in the folder and gives its path.
+    std::filesystem::path write(const std::string& name, const std::string& bytes) const;
+
+private:
+    std::filesystem::path path_;
+};
+
+struct ProgramRun {
+    int exitCode = -1;
+    std::string out;
+    std::string err;
+};
+
+/// Runs the built program with `arguments` (no shell involved) and waits for it.
+ProgramRun runProgram(const std::vector<std::string>& arguments);
+
+/// The whole content of a file, or "" when it cannot be read.
+std::string readFile(const std::filesystem::path& path);
+
+}  // namespace lumenary::testing
