@@ -1,13 +1,38 @@
 #pragma once
 // The program's command line: which mode the arguments ask for, and running it.
 
+#include <iosfwd>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace lumenary::CommandLine {
 
+/// The usage line printed for "--selftest" without a path.
+inline constexpr const char* kSelfTestUsage =
+    "usage: Lumenary --selftest <chat.zip | _chat.txt> [--as <name>] [query]";
+
+/// What the self-test was asked for, read from the arguments after "--selftest".
+struct SelfTestArguments {
+    std::string path;
+    std::optional<std::string> speakerHint;  // the last "--as" pair that directly follows the path
+    std::optional<std::string> query;        // every remaining argument, joined with single spaces
+};
+
+/// Reads `args` (entry 0 the program path, entry 1 "--selftest", entry 2 the path).
+SelfTestArguments selfTestArguments(const std::vector<std::string>& args);
+
+/// What `--demo` asks for: the export to seed from and the preferred sender.
+struct DemoArguments {
+    std::string exportPath;                  // "docs/sample-chat.txt" unless one follows "--demo"
+    std::optional<std::string> preferredName;  // the entry right after the first "--as"
+};
+
+/// The demo request in `args`, or nothing when "--demo" is not among them.
+std::optional<DemoArguments> demoArguments(const std::vector<std::string>& args);
+
 /// Runs the mode that `args` (entry 0 is the program path) asks for and gives the exit code:
-/// 0 success, 1 failure, 2 usage error.
-int run(const std::vector<std::string>& args);
+/// 0 success, 1 failure, 2 usage error. Reports go to `out`, complaints to `err`.
+int run(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 
 }  // namespace lumenary::CommandLine

@@ -1,0 +1,102 @@
+// The command line: which mode each argument list reaches, and what the modes not yet built say.
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "CommandLine.h"
+#include "TestSupport.h"
+
+namespace lumenary {
+namespace {
+
+using CommandLine::selfTestArguments;
+
+std::vector<std::string> withProgram(std::vector<std::string> rest) {
+    rest.insert(rest.begin(), "lumenary");
+    return rest;
+}
+
+TEST(CommandLine, SelfTestArgumentsTakeLeadingAsPairsThenTheQuery) {
+    auto parsed = selfTestArguments(withProgram({"--selftest", "chat.zip", "--as", "Amma", "what",
+                                                 "did", "we", "eat"}));
+    EXPECT_EQ(parsed.path, "chat.zip");
+    EXPECT_EQ(parsed.speakerHint, "Amma");
+    EXPECT_EQ(parsed.query, "what did we eat");
+
+    parsed = selfTestArguments(withProgram({"--selftest", "chat.zip", "--as", "Ann", "--as", "Bea"}));
+    EXPECT_EQ(parsed.speakerHint, "Bea");
+    EXPECT_EQ(parsed.query, std::nullopt);
+
+    // A lone "--as" is a query, and an "--as" after a query word belongs to the query.
+    parsed = selfTestArguments(withProgram({"--selftest", "chat.zip", "--as"}));
+    EXPECT_EQ(parsed.speakerHint, std::nullopt);
+    EXPECT_EQ(parsed.query, "--as");
+
+    parsed = selfTestArguments(withProgram({"--selftest", "chat.zip", "hello", "--as", "Ann"}));
+    EXPECT_EQ(parsed.speakerHint, std::nullopt);
+    EXPECT_EQ(parsed.query, "hello --as Ann");
+
+    parsed = selfTestArguments(withProgram({"--selftest", "chat.zip"}));
+    EXPECT_EQ(parsed.speakerHint, std::nullopt);
+    EXPECT_EQ(parsed.query, std::nullopt);
+}
+
+TEST(CommandLine, DemoFindsItsPathAndNameAnywhere) {
+    auto demo = CommandLine::demoArguments(withProgram({"--as", "Amma", "--demo"}));
+    ASSERT_TRUE(demo);
+    EXPECT_EQ(demo->exportPath, "docs/sample-chat.txt");
+    EXPECT_EQ(demo->preferredName, "Amma");
+
+    demo = CommandLine::demoArguments(withProgram({"x", "--demo", "--verbose", "~/chat.zip", "--as"}));
+    ASSERT_TRUE(demo);
+    EXPECT_EQ(demo->exportPath, "~/chat.zip");
+    EXPECT_EQ(demo->preferredName, std::nullopt);
+
+    EXPECT_FALSE(CommandLine::demoArguments(withProgram({"--selftest", "x"})));
+}
+
+struct Outcome {
+    int code;
+    std::string out, err;
+};
+
+Outcome run(std::vector<std::string> args) {
+    std::ostringstream out, err;
+    const int code = CommandLine::run(withProgram(std::move(args)), out, err);
+    return {code, out.str(), err.str()};
+}
+
+TEST(CommandLine, SelfTestWithoutAPathPrintsTheUsageLine) {
+    const Outcome outcome = run({"--selftest"});
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_EQ(outcome.out,
+              "usage: Lumenary --selftest <chat.zip | _chat.txt> [--as <name>] [query]\n");
+}
+
+TEST(CommandLine, UnbuiltModesSayTheyAreNotThereAndFail) {
+    for (const auto& args : std::vector<std::vector<std::string>>{
+             {"--ping"},
+             {"--ask", "did", "you", "eat"},
+             {"--unregister-login-item"},
+             {"--demo"},
+             {},
+             // A switch only counts in the first position, "--ask" needs words, and the
+             // preview switches need their paths: all of these start the application.
+             {"x", "--selftest"},
+             {"--ask"},
+             {"--screens"},
+             {"--traits", "photo.jpg"}}) {
+        const Outcome outcome = run(args);
+        EXPECT_EQ(outcome.code, 1);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_NE(outcome.err.find("not in this build yet"), std::string::npos);
+        EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1);
+    }
+    EXPECT_NE(run({"x", "--selftest"}).err.find("desktop application"), std::string::npos);
+    EXPECT_NE(run({"--ask"}).err.find("desktop application"), std::string::npos);
+    EXPECT_NE(run({"--ping", "hello"}).err.find("--ping"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace lumenary
