@@ -85,7 +85,7 @@ icu::Locale userLocale() {
 
 // The date-time pattern for one style. The abbreviated style joins the medium date and the short
 // time with the locale's long glue ("Mar 12, 2021 at 10:15 PM"), as desktop platforms write it.
-icu::UnicodeString patternFor(DateStyle style, const icu::Locale& locale) {
+icu::UnicodeString patternFor(LocalTime::DateStyle style, const icu::Locale& locale) {
     auto patternOf = [&](icu::DateFormat::EStyle date, icu::DateFormat::EStyle time) {
         std::unique_ptr<icu::DateFormat> format(
             icu::DateFormat::createDateTimeInstance(date, time, locale));
@@ -96,11 +96,11 @@ icu::UnicodeString patternFor(DateStyle style, const icu::Locale& locale) {
         return pattern;
     };
     switch (style) {
-        case DateStyle::monthAndYear:
+        case LocalTime::DateStyle::monthAndYear:
             return icu::UnicodeString(u"MMMM yyyy");
-        case DateStyle::longWithShortTime:
+        case LocalTime::DateStyle::longWithShortTime:
             return patternOf(icu::DateFormat::kLong, icu::DateFormat::kShort);
-        case DateStyle::abbreviatedWithShortTime: {
+        case LocalTime::DateStyle::abbreviatedWithShortTime: {
             icu::UnicodeString joined = patternOf(icu::DateFormat::kLong, icu::DateFormat::kShort);
             const icu::UnicodeString longDate =
                 patternOf(icu::DateFormat::kLong, icu::DateFormat::kNone);
