@@ -26,11 +26,17 @@ std::size_t spaceWordCount(std::string_view s);
 std::vector<std::string_view> letterRuns(std::string_view s);
 /// Maximal runs of letters or numbers (a character whose first code point has a numeric type).
 std::vector<std::string_view> letterOrNumberRuns(std::string_view s);
+/// The same runs written into `out` (cleared first), so a loop over a whole archive can reuse one
+/// vector instead of allocating one per message.
+void letterRuns(std::string_view s, std::vector<std::string_view>& out);
+void letterOrNumberRuns(std::string_view s, std::vector<std::string_view>& out);
 
 /// The locale-independent (root) Unicode lowercase mapping.
 std::string lowercase(std::string_view s);
+/// The same mapping written into `out` (replacing its content), reusing its capacity.
+void lowercase(std::string_view s, std::string& out);
 
-/// `s` without the characters of the Unicode punctuation categories (Pc Pd Ps Pe Pi Pf Po) at
+/// `s` without the code points of the Unicode punctuation categories (Pc Pd Ps Pe Pi Pf Po) at
 /// either end.
 std::string_view trimPunctuation(std::string_view s);
 /// `s` without spaces and tabs at either end.
@@ -46,6 +52,20 @@ bool containsEmoji(std::string_view s);
 
 /// Decodes the code points of `s` (invalid sequences give U+FFFD).
 std::vector<char32_t> codePoints(std::string_view s);
+
+/// True when every byte of `s` is ASCII; such text takes a fast path in the functions above.
+bool isAscii(std::string_view s);
+
+/// The general (ICU) path of the functions above, taken for any text, ASCII or not. Exposed so
+/// tests can prove the ASCII fast path gives the same results; callers use the functions above.
+namespace general {
+std::vector<std::string_view> characters(std::string_view s);
+std::vector<std::string_view> letterRuns(std::string_view s);
+std::vector<std::string_view> letterOrNumberRuns(std::string_view s);
+std::string lowercase(std::string_view s);
+std::string_view trimPunctuation(std::string_view s);
+std::string_view trimWhitespace(std::string_view s);
+}  // namespace general
 
 /// Entries of a counting table ranked by count, highest first. Ties keep the table's order.
 template <typename Table>
