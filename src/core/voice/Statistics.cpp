@@ -1,0 +1,222 @@
+#include <unicode/utf8.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "common/LocalTime.h"
+#include "text/TextRules.h"
+#include "voice/CountingTable.h"
+#include "voice/PersonaBuilder.h"
+#include "voice/VocabularyCounting.h"
+
+namespace lumenary::PersonaBuilder {
+namespace {
+
+constexpr std::size_t kMaxTopEmoji = 6;
+constexpr std::size_t kMaxOpenings = 6;
+constexpr std::size_t kMaxClosings = 5;
+// One use of a first or last word is an accident; two start to be a habit.
+constexpr long long kMinimumHabit = 2;
+// A first or last word of one character ("a", "k") says nothing about how she opens or closes.
+constexpr std::size_t kMinEdgeWordCharacters = 2;
+// Replies quicker than this are the same minute in an export without seconds; slower ones are a
+// new conversation rather than an answer.
+constexpr double kLongestReplySeconds = 3600;
+
+struct ScriptRange {
+    char32_t first, last;
+    const char* label;
+};
+// Tested in this order; the first match decides. Everything else (emoji included) is "other",
+// which is never reported.
+constexpr std::array<ScriptRange, 8> kScriptRanges = {{
+    {0x0C00, 0x0C7F, "Telugu"},
+    {0x0900, 0x097F, "Devanagari"},
+    {0x0B80, 0x0BFF, "Tamil"},
+    {0x0C80, 0x0CFF, "Kannada"},
+    {0x0D00, 0x0D7F, "Malayalam"},
+    {0x0A80, 0x0AFF, "Gujarati"},
+    {0x0980, 0x09FF, "Bengali"},
+    {0x0041, 0x007A, "Latin"},  // the ASCII letters and the six signs between "Z" and "a"
+}};
+constexpr std::size_t kNoScript = kScriptRanges.size();
+
+std::size_t scriptOf(char32_t c) {
+    for (std::size_t i = 0; i < kScriptRanges.size(); ++i) {
+        if (c >= kScriptRanges[i].first && c <= kScriptRanges[i].last) return i;
+    }
+    return kNoScript;
+}
+
+bool isSentencePunctuation(std::string_view character) {
+    return character == "." || character == "!" || character == "?" || character == ",";
+}
+
+// True when no character of `s` is one of . ! ? , — a byte search settles almost every message;
+// only non-ASCII text holding such a byte needs cutting into characters, because a combining mark
+// after "." makes a different character.
+bool lacksSentencePunctuation(std::string_view s, bool ascii) {
+    if (s.find_first_of(".!?,") == std::string_view::npos) return true;
+    if (ascii) return false;
+    const std::vector<std::string_view> characters = text::characters(s);
+    return std::none_of(characters.begin(), characters.end(), isSentencePunctuation);
+}
+
+std::vector<std::string> firstKeys(const CountingTable& table, std::size_t limit) {
+    const auto ranked = text::rankByCount(table);
+    std::vector<std::string> keys;
+    for (std::size_t i = 0; i < std::min(limit, ranked.size()); ++i) keys.push_back(ranked[i].first);
+    return keys;
+}
+
+// What the code-point walk of one message found.
+struct CodePointScan {
+    bool emoji = false;
+    bool ascii = true;
+};
+
+// Walks the code points of `s` with ICU's decoder (no allocation per message), counting emoji and
+// marking the scripts seen. Invalid bytes decode as U+FFFD, which is neither.
+CodePointScan scanCodePoints(std::string_view s, CountingTable& emoji,
+                             std::array<bool, kScriptRanges.size() + 1>& scriptsSeen) {
+    CodePointScan scan;
+    const auto* bytes = reinterpret_cast<const uint8_t*>(s.data());
+    const auto length = static_cast<int32_t>(s.size());
+    int32_t i = 0;
+    while (i < length) {
+        const int32_t start = i;
+        UChar32 c = 0;
+        U8_NEXT(bytes, i, length, c);
+        if (c < 0) c = 0xFFFD;
+        if (c >= 0x80) scan.ascii = false;
+        const auto codePoint = static_cast<char32_t>(c);
+        if (text::isEmojiCodePoint(codePoint)) {
+            // A valid code point's text is its own bytes.
+            emoji.add(s.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(i - start)));
+            scan.emoji = true;
+        }
+        scriptsSeen[scriptOf(codePoint)] = true;
+    }
+    return scan;
+}
+
+void addEdgeWord(std::string_view word, CountingTable& table) {
+    // Measured before lowercasing and trimming, so "!!" counts under the empty text.
+    if (text::characterCount(word) < kMinEdgeWordCharacters) return;
+    const std::string lower = text::lowercase(word);
+    table.add(text::trimPunctuation(lower));
+}
+
+// Reply times and bursts over the whole archive. A reply is her message after someone else's; a
+// burst is the number of her messages in a row, recorded when her next reply starts. The first
+// message is never a reply, so a run of hers that opens the archive counts one short, and the run
+// still open at the end is never recorded.
+void measureRhythm(const std::string& name, const std::vector<ChatMessage>& messages,
+                   PersonaStats& stats) {
+    std::vector<double> replySeconds;
+    long long burstSum = 0, burstCount = 0, run = 0;
+    for (std::size_t i = 1; i < messages.size(); ++i) {
+        if (messages[i].sender != name) continue;
+        if (messages[i - 1].sender == name) {
+            ++run;
+            continue;
+        }
+        const double seconds = messages[i].date - messages[i - 1].date;
+        if (seconds > 0 && seconds < kLongestReplySeconds) replySeconds.push_back(seconds);
+        if (run > 0) {
+            burstSum += run;
+            ++burstCount;
+        }
+        run = 1;
+    }
+    if (!replySeconds.empty()) {
+        // The upper median for an even count: the element at count / 2 once sorted.
+        const auto middle = replySeconds.begin() + static_cast<std::ptrdiff_t>(replySeconds.size() / 2);
+        std::nth_element(replySeconds.begin(), middle, replySeconds.end());
+        stats.medianReplySeconds = *middle;
+    }
+    if (burstCount > 0) {
+        stats.averageBurst = static_cast<double>(burstSum) / static_cast<double>(burstCount);
+    }
+}
+
+}  // namespace
+
+PersonaStats stats(const std::string& name, const std::vector<ChatMessage>& messages) {
+    HerMessages her;
+    for (const ChatMessage& message : messages) {
+        if (message.sender == name) her.push_back(&message);
+    }
+    PersonaStats result;
+    if (her.empty()) return result;
+
+    result.messageCount = static_cast<long long>(her.size());
+    result.firstDate = messages.front().date;
+    result.lastDate = messages.back().date;
+
+    long long totalWords = 0;
+    long long emojiMessages = 0, questions = 0, unpunctuated = 0;
+    CountingTable emoji, openings, closings;
+    std::array<bool, kScriptRanges.size() + 1> scriptsSeen{};
+    CountingTable vocatives, phrases, herTopics, people;
+    std::string phraseScratch;
+
+    for (const ChatMessage* message : her) {
+        const std::string& body = message->text;
+        const std::vector<std::string_view> words = text::spaceWords(body);
+        const auto wordCount = static_cast<long long>(words.size());
+        totalWords += wordCount;
+        result.longestWords = std::max(result.longestWords, wordCount);
+
+        const CodePointScan scan = scanCodePoints(body, emoji, scriptsSeen);
+        if (scan.emoji) ++emojiMessages;
+        if (body.find('?') != std::string::npos) ++questions;
+        if (lacksSentencePunctuation(body, scan.ascii)) ++unpunctuated;
+
+        if (!words.empty()) addEdgeWord(words.front(), openings);
+        if (words.size() >= 2) addEdgeWord(words.back(), closings);
+
+        const int hour = LocalTime::civil(message->date).hour;
+        if (hour >= 0 && hour < static_cast<int>(result.hourHistogram.size())) {
+            ++result.hourHistogram[static_cast<std::size_t>(hour)];
+        }
+
+        // The mining tables share one lowercasing and one cut of each message.
+        const std::string lower = text::lowercase(body);
+        const std::vector<std::string_view> letterRuns = text::letterRuns(lower);
+        VocabularyCounting::countVocatives(letterRuns, vocatives);
+        VocabularyCounting::tallyTopicWords(letterRuns, herTopics);
+        VocabularyCounting::countPhrases(text::letterOrNumberRuns(lower), phrases, phraseScratch);
+        VocabularyCounting::countPeople(body, people);
+    }
+
+    const auto count = static_cast<double>(result.messageCount);
+    result.averageWords = static_cast<double>(totalWords) / count;
+    result.topEmoji = firstKeys(emoji, kMaxTopEmoji);
+    result.emojiRate = static_cast<double>(emojiMessages) / count;
+    result.questionRatio = static_cast<double>(questions) / count;
+    result.noPunctuationRatio = static_cast<double>(unpunctuated) / count;
+    result.commonOpenings = firstKeys(openings.keepingAtLeast(kMinimumHabit), kMaxOpenings);
+    result.commonClosings = firstKeys(closings.keepingAtLeast(kMinimumHabit), kMaxClosings);
+    for (std::size_t i = 0; i < kScriptRanges.size(); ++i) {
+        if (scriptsSeen[i]) result.scripts.emplace_back(kScriptRanges[i].label);
+    }
+    std::sort(result.scripts.begin(), result.scripts.end());
+
+    const CountingTable otherTopics =
+        VocabularyCounting::topicTally(VocabularyCounting::otherSide(her, messages));
+    result.vocatives = VocabularyCounting::rankVocatives(vocatives);
+    result.signaturePhrases = VocabularyCounting::rankPhrases(phrases);
+    result.topics = VocabularyCounting::rankTopics(herTopics, otherTopics);
+    result.peopleNamed = VocabularyCounting::rankPeople(people);
+
+    measureRhythm(name, messages, result);
+    return result;
+}
+
+}  // namespace lumenary::PersonaBuilder
