@@ -1,20 +1,19 @@
 #include "text/TextRules.h"
 
-#include <unicode/brkiter.h>
-#include <unicode/locid.h>
 #include <unicode/uchar.h>
 #include <unicode/ustring.h>
-#include <unicode/utext.h>
-#include <unicode/utf8.h>
 
 #include <array>
 #include <climits>
 #include <cstdint>
 #include <cstring>
-#include <memory>
+
+#include "text/CharacterBreaks.h"
 
 namespace lumenary::text {
 namespace {
+
+using breaks::decodeNext;
 
 // These rules run over every message of archives with a million messages, most of them plain
 // ASCII. For ASCII text every byte is one character except "\r\n" (one grapheme cluster), and the
@@ -53,68 +52,33 @@ const std::array<std::uint8_t, 128>& asciiClasses() {
     return table;
 }
 
-std::uint8_t classOf(char32_t c) {
-    return c < 128 ? asciiClasses()[c] : classifyWithIcu(c);
-}
-
-// The code point starting at byte `i`, advancing `i` past it; an ill-formed sequence gives U+FFFD
-// and advances by its maximal subpart, as ICU's own converters do.
-char32_t decodeNext(std::string_view s, std::size_t& i) {
-    const char* bytes = s.data();
-    const std::size_t length = s.size();
-    UChar32 c = 0;
-    U8_NEXT_OR_FFFD(bytes, i, length, c);
-    return static_cast<char32_t>(c);
-}
-
-char32_t firstCodePoint(std::string_view s, std::size_t begin) {
-    return decodeNext(s, begin);
-}
-
-// One break iterator per thread: creating one costs far more than a message, and callers on
-// different threads must not share one.
-icu::BreakIterator* characterBreaker() {
-    thread_local const std::unique_ptr<icu::BreakIterator> breaker = [] {
-        UErrorCode status = U_ZERO_ERROR;
-        std::unique_ptr<icu::BreakIterator> created(
-            icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
-        if (U_FAILURE(status))
-            created.reset();
-        return created;
-    }();
-    return breaker.get();
-}
-
-// Calls visit(begin, end) with the byte range of each grapheme cluster, using ICU's rules.
-template <typename Visit>
-void forEachCharacterGeneral(std::string_view s, Visit&& visit) {
-    if (s.empty())
-        return;
-    icu::BreakIterator* breaker = characterBreaker();
-    // The iterator reports int32 offsets; longer text (never a single message) falls back below.
-    if (breaker != nullptr && s.size() <= static_cast<std::size_t>(INT32_MAX)) {
-        UErrorCode status = U_ZERO_ERROR;
-        UText text = UTEXT_INITIALIZER;
-        utext_openUTF8(&text, s.data(), static_cast<int64_t>(s.size()), &status);
-        // The iterator keeps its own shallow clone of the UText, so ours can be closed at once.
-        breaker->setText(&text, status);
-        utext_close(&text);
-        if (U_SUCCESS(status)) {
-            std::int32_t start = breaker->first();
-            for (std::int32_t end = breaker->next(); end != icu::BreakIterator::DONE;
-                 start = end, end = breaker->next()) {
-                visit(static_cast<std::size_t>(start), static_cast<std::size_t>(end));
-            }
-            return;
-        }
+// Whether `c` has any of the `wanted` classes, asking ICU only what is needed.
+bool hasClass(char32_t c, std::uint8_t wanted) {
+    if (c < 128) {
+        return asciiClasses()[c] & wanted;
     }
-    // Without break rules every code point stands alone: lengths may come out long, but no text is
-    // lost.
-    for (std::size_t i = 0; i < s.size();) {
-        const std::size_t begin = i;
-        decodeNext(s, i);
-        visit(begin, i);
+    const auto codePoint = static_cast<UChar32>(c);
+    const std::uint32_t categoryBit = 1u << u_charType(codePoint);
+    if ((wanted & kLetter) && (categoryBit & U_GC_L_MASK)) {
+        return true;
     }
+    if ((wanted & kPunctuation) && (categoryBit & U_GC_P_MASK)) {
+        return true;
+    }
+    if ((wanted & kNumber) && u_getIntPropertyValue(codePoint, UCHAR_NUMERIC_TYPE) != U_NT_NONE) {
+        return true;
+    }
+    return (wanted & kWhiteSpace) && u_isUWhiteSpace(codePoint);
+}
+
+bool hasClassWithIcu(char32_t c, std::uint8_t wanted) {
+    return classifyWithIcu(c) & wanted;
+}
+
+// Character ends, kept per thread so that walking a million messages allocates nothing.
+std::vector<std::size_t>& endsBuffer() {
+    thread_local std::vector<std::size_t> ends;
+    return ends;
 }
 
 template <typename Visit>
@@ -130,21 +94,23 @@ void forEachCharacterAscii(std::string_view s, Visit&& visit) {
 
 // Runs of characters whose first code point has one of the `wanted` classes. Only the first code
 // point of a cluster decides, so a letter keeps its combining marks (Telugu vowel signs, accents).
-template <typename ForEachCharacter>
-void collectRuns(std::string_view s, std::uint8_t wanted, std::vector<std::string_view>& out,
-                 ForEachCharacter forEachCharacter) {
+void collectRuns(std::string_view s, const std::vector<std::size_t>& ends, std::uint8_t wanted,
+                 std::vector<std::string_view>& out) {
     out.clear();
     constexpr std::size_t none = std::string_view::npos;
     std::size_t runStart = none;
-    forEachCharacter(s, [&](std::size_t begin, std::size_t) {
-        if (classOf(firstCodePoint(s, begin)) & wanted) {
+    std::size_t begin = 0;
+    for (const std::size_t end : ends) {
+        std::size_t next = begin;
+        if (hasClass(decodeNext(s, next), wanted)) {
             if (runStart == none)
                 runStart = begin;
         } else if (runStart != none) {
             out.push_back(s.substr(runStart, begin - runStart));
             runStart = none;
         }
-    });
+        begin = end;
+    }
     if (runStart != none)
         out.push_back(s.substr(runStart));
 }
@@ -169,8 +135,9 @@ void runs(std::string_view s, std::uint8_t wanted, std::vector<std::string_view>
     if (isAscii(s)) {
         collectRunsAscii(s, wanted, out);
     } else {
-        collectRuns(s, wanted, out,
-                    [](std::string_view t, auto&& visit) { forEachCharacterGeneral(t, visit); });
+        auto& ends = endsBuffer();
+        breaks::characterEnds(s, ends);
+        collectRuns(s, ends, wanted, out);
     }
 }
 
@@ -179,6 +146,24 @@ void lowercaseAscii(std::string_view s, std::string& out) {
     for (std::size_t i = 0; i < s.size(); ++i) {
         const char c = s[i];
         out[i] = (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+    }
+}
+
+void appendUtf8(char32_t c, std::string& out) {
+    if (c < 0x80) {
+        out += static_cast<char>(c);
+    } else if (c < 0x800) {
+        out += static_cast<char>(0xC0 | (c >> 6));
+        out += static_cast<char>(0x80 | (c & 0x3F));
+    } else if (c < 0x10000) {
+        out += static_cast<char>(0xE0 | (c >> 12));
+        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (c & 0x3F));
+    } else {
+        out += static_cast<char>(0xF0 | (c >> 18));
+        out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (c & 0x3F));
     }
 }
 
@@ -221,21 +206,59 @@ void lowercaseGeneral(std::string_view s, std::string& out) {
     out.resize(static_cast<std::size_t>(outLength));
 }
 
-// Trims code points of class `unwanted` from both ends; `classify` is the fast table lookup or,
-// for the general path, ICU on every code point.
-template <typename Classify>
-std::string_view trimClass(std::string_view s, std::uint8_t unwanted, Classify classify) {
-    std::size_t keptBegin = s.size();
-    std::size_t keptEnd = 0;
+// In the root locale the full lowercase mapping depends on context only for capital sigma (final
+// form at the end of a word), and differs from the one-code-point mapping only for U+0130, which
+// becomes "i" plus a combining dot. Text without a capital sigma is therefore mapped code point by
+// code point, which is several times faster than converting to UTF-16 and back.
+void lowercaseMixed(std::string_view s, std::string& out) {
+    if (s.find("\xCE\xA3") != std::string_view::npos) {
+        lowercaseGeneral(s, out);
+        return;
+    }
+    out.clear();
+    out.reserve(s.size() + 8);
     for (std::size_t i = 0; i < s.size();) {
-        const std::size_t begin = i;
-        if (!(classify(decodeNext(s, i)) & unwanted)) {
-            if (keptEnd == 0)
-                keptBegin = begin;
-            keptEnd = i;
+        const char byte = s[i];
+        if (static_cast<unsigned char>(byte) < 0x80) {
+            out += (byte >= 'A' && byte <= 'Z') ? static_cast<char>(byte - 'A' + 'a') : byte;
+            ++i;
+            continue;
+        }
+        const char32_t c = decodeNext(s, i);
+        if (c == 0x130) {
+            out += "i\xCC\x87";
+        } else {
+            appendUtf8(static_cast<char32_t>(u_tolower(static_cast<UChar32>(c))), out);
         }
     }
-    return keptEnd == 0 ? s.substr(0, 0) : s.substr(keptBegin, keptEnd - keptBegin);
+}
+
+// Trims code points of class `unwanted` from both ends; `has` is hasClass or, for the general
+// path, hasClassWithIcu.
+template <typename HasClass>
+std::string_view trimClass(std::string_view s, std::uint8_t unwanted, HasClass has) {
+    std::size_t begin = 0;
+    while (begin < s.size()) {
+        std::size_t next = begin;
+        if (!has(decodeNext(s, next), unwanted))
+            break;
+        begin = next;
+    }
+    // From the end, ASCII bytes are judged alone; at the first other byte the rest is decoded
+    // forwards, since an ill-formed sequence can only be delimited that way.
+    std::size_t end = s.size();
+    while (end > begin && static_cast<unsigned char>(s[end - 1]) < 0x80) {
+        if (!has(static_cast<char32_t>(s[end - 1]), unwanted)) {
+            return s.substr(begin, end - begin);
+        }
+        --end;
+    }
+    std::size_t keptEnd = begin;
+    for (std::size_t i = begin; i < end;) {
+        if (!has(decodeNext(s, i), unwanted))
+            keptEnd = i;
+    }
+    return s.substr(begin, keptEnd - begin);
 }
 
 }  // namespace
@@ -264,7 +287,13 @@ std::vector<std::string_view> characters(std::string_view s) {
     if (isAscii(s)) {
         forEachCharacterAscii(s, add);
     } else {
-        forEachCharacterGeneral(s, add);
+        auto& ends = endsBuffer();
+        breaks::characterEnds(s, ends);
+        std::size_t begin = 0;
+        for (const std::size_t end : ends) {
+            add(begin, end);
+            begin = end;
+        }
     }
     return result;
 }
@@ -279,13 +308,20 @@ std::size_t characterCount(std::string_view s) {
         }
         return count;
     }
-    forEachCharacterGeneral(s, [&](std::size_t, std::size_t) { ++count; });
-    return count;
+    auto& ends = endsBuffer();
+    breaks::characterEnds(s, ends);
+    return ends.size();
 }
 
 std::vector<std::string_view> spaceWords(std::string_view s) {
-    // U+0020 is the byte 0x20, which never occurs inside a multi-byte UTF-8 sequence.
     std::vector<std::string_view> words;
+    spaceWords(s, words);
+    return words;
+}
+
+void spaceWords(std::string_view s, std::vector<std::string_view>& words) {
+    // U+0020 is the byte 0x20, which never occurs inside a multi-byte UTF-8 sequence.
+    words.clear();
     std::size_t i = 0;
     while (i < s.size()) {
         while (i < s.size() && s[i] == ' ')
@@ -296,7 +332,6 @@ std::vector<std::string_view> spaceWords(std::string_view s) {
         if (i > start)
             words.push_back(s.substr(start, i - start));
     }
-    return words;
 }
 
 std::size_t spaceWordCount(std::string_view s) {
@@ -343,12 +378,12 @@ void lowercase(std::string_view s, std::string& out) {
     if (isAscii(s)) {
         lowercaseAscii(s, out);
     } else {
-        lowercaseGeneral(s, out);
+        lowercaseMixed(s, out);
     }
 }
 
 std::string_view trimPunctuation(std::string_view s) {
-    return trimClass(s, kPunctuation, classOf);
+    return trimClass(s, kPunctuation, hasClass);
 }
 
 std::string_view trimSpacesAndTabs(std::string_view s) {
@@ -360,7 +395,7 @@ std::string_view trimSpacesAndTabs(std::string_view s) {
 }
 
 std::string_view trimWhitespace(std::string_view s) {
-    return trimClass(s, kWhiteSpace, classOf);
+    return trimClass(s, kWhiteSpace, hasClass);
 }
 
 bool isEmojiCodePoint(char32_t c) {
@@ -391,23 +426,29 @@ namespace general {
 
 std::vector<std::string_view> characters(std::string_view s) {
     std::vector<std::string_view> result;
-    forEachCharacterGeneral(s, [&](std::size_t begin, std::size_t end) {
+    auto& ends = endsBuffer();
+    breaks::characterEndsWithIcu(s, ends);
+    std::size_t begin = 0;
+    for (const std::size_t end : ends) {
         result.push_back(s.substr(begin, end - begin));
-    });
+        begin = end;
+    }
     return result;
 }
 
 std::vector<std::string_view> letterRuns(std::string_view s) {
     std::vector<std::string_view> out;
-    collectRuns(s, kLetter, out,
-                [](std::string_view t, auto&& visit) { forEachCharacterGeneral(t, visit); });
+    auto& ends = endsBuffer();
+    breaks::characterEndsWithIcu(s, ends);
+    collectRuns(s, ends, kLetter, out);
     return out;
 }
 
 std::vector<std::string_view> letterOrNumberRuns(std::string_view s) {
     std::vector<std::string_view> out;
-    collectRuns(s, kLetter | kNumber, out,
-                [](std::string_view t, auto&& visit) { forEachCharacterGeneral(t, visit); });
+    auto& ends = endsBuffer();
+    breaks::characterEndsWithIcu(s, ends);
+    collectRuns(s, ends, kLetter | kNumber, out);
     return out;
 }
 
@@ -418,11 +459,11 @@ std::string lowercase(std::string_view s) {
 }
 
 std::string_view trimPunctuation(std::string_view s) {
-    return trimClass(s, kPunctuation, classifyWithIcu);
+    return trimClass(s, kPunctuation, hasClassWithIcu);
 }
 
 std::string_view trimWhitespace(std::string_view s) {
-    return trimClass(s, kWhiteSpace, classifyWithIcu);
+    return trimClass(s, kWhiteSpace, hasClassWithIcu);
 }
 
 }  // namespace general

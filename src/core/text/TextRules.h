@@ -19,6 +19,8 @@ std::size_t characterCount(std::string_view s);
 
 /// The pieces of `s` cut at each U+0020 space, empty pieces dropped (tabs and newlines do not cut).
 std::vector<std::string_view> spaceWords(std::string_view s);
+/// The same pieces written into `out` (cleared first), reusing its capacity.
+void spaceWords(std::string_view s, std::vector<std::string_view>& out);
 std::size_t spaceWordCount(std::string_view s);
 
 /// Maximal runs of letters (a character whose first code point is Lu, Ll, Lt, Lm or Lo); every
@@ -56,8 +58,9 @@ std::vector<char32_t> codePoints(std::string_view s);
 /// True when every byte of `s` is ASCII; such text takes a fast path in the functions above.
 bool isAscii(std::string_view s);
 
-/// The general (ICU) path of the functions above, taken for any text, ASCII or not. Exposed so
-/// tests can prove the ASCII fast path gives the same results; callers use the functions above.
+/// The same rules computed by ICU alone (break iterator, full case mapping) over any text. The
+/// functions above take faster paths for ASCII and for most other text; these exist so tests can
+/// prove those paths equal. Callers use the functions above.
 namespace general {
 std::vector<std::string_view> characters(std::string_view s);
 std::vector<std::string_view> letterRuns(std::string_view s);

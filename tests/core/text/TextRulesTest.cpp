@@ -11,6 +11,22 @@ namespace {
 
 using Views = std::vector<std::string_view>;
 
+std::string utf8(char32_t c) {
+    std::string out;
+    if (c < 0x800) {
+        out += static_cast<char>(0xC0 | (c >> 6));
+    } else if (c < 0x10000) {
+        out += static_cast<char>(0xE0 | (c >> 12));
+        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+    } else {
+        out += static_cast<char>(0xF0 | (c >> 18));
+        out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+    }
+    out += static_cast<char>(0x80 | (c & 0x3F));
+    return out;
+}
+
 std::string joined(const Views& pieces) {
     std::string all;
     for (auto piece : pieces)
@@ -173,6 +189,75 @@ TEST(TextRules, AsciiFastPathEqualsTheGeneralPath) {
     }
     EXPECT_FALSE(isAscii("caf\u00E9"));
     EXPECT_FALSE(isAscii("12345678\u00E9"));
+}
+
+// Text that is not pure ASCII (here, from U+0080 up) takes its own fast lowercase (one code point
+// at a time unless a capital sigma needs its context). Every code point, and random text with
+// sigmas and broken bytes, must come out as ICU's full root mapping gives it.
+TEST(TextRules, LowercaseFastPathEqualsIcuForEveryCodePoint) {
+    std::string all = "\u00E9";
+    for (char32_t c = 0x80; c <= 0x10FFFF; ++c) {
+        if ((c >= 0xD800 && c <= 0xDFFF) || c == 0x3A3)
+            continue;
+        all += ' ';
+        all += utf8(c);
+    }
+    EXPECT_TRUE(lowercase(all) == general::lowercase(all));
+
+    const std::vector<std::string> pieces = {
+        "A",    "b",        " ", "\u03A3", "\u03A3\u0301", "\u0391", "\u00C9", "\u0130", "\u1E9E",
+        "\xFF", "\xE0\x80", ".", "'",      "\U00010400",   "\u0C15"};
+    std::mt19937 random(3);
+    std::uniform_int_distribution<std::size_t> pick(0, pieces.size() - 1);
+    for (int n = 0; n < 5000; ++n) {
+        std::string s = "\u00E9";
+        for (int i = 0; i < 8; ++i)
+            s += pieces[pick(random)];
+        ASSERT_EQ(lowercase(s), general::lowercase(s)) << s;
+    }
+    EXPECT_EQ(lowercase("\u039F\u0394\u039F\u03A3 \u03A3"), "\u03BF\u03B4\u03BF\u03C2 \u03C3");
+}
+
+// Runs and characters of text with emoji, Indic script and broken bytes match the ICU-only path.
+TEST(TextRules, MixedTextFastPathEqualsTheGeneralPath) {
+    const std::vector<std::string> pieces = {
+        "amma",
+        " ",
+        "Kanna",
+        "!",
+        "?",
+        "'",
+        "2",
+        "\u00BD",
+        "\U0001F64F",
+        "\U0001F3FD",
+        "\u2764\uFE0F",
+        "\U0001F468\u200D\U0001F469",
+        "\U0001F1EE\U0001F1F3",
+        "\u0C28\u0C2E\u0C38\u0C4D\u0C15\u0C3E\u0C30\u0C02",
+        "\u0C05\u0C2E\u0C4D\u0C2E",
+        "\u0915\u094D\u0937",
+        "e\u0301",
+        "\r\n",
+        "\n",
+        "\xFF",
+        "\uAC00\u11A8",
+        "\u0661",
+    };
+    std::mt19937 random(11);
+    std::uniform_int_distribution<std::size_t> pick(0, pieces.size() - 1);
+    std::uniform_int_distribution<int> length(1, 12);
+    for (int n = 0; n < 20000; ++n) {
+        std::string s;
+        for (int i = length(random); i > 0; --i)
+            s += pieces[pick(random)];
+        ASSERT_EQ(characters(s), general::characters(s)) << s;
+        ASSERT_EQ(characterCount(s), general::characters(s).size()) << s;
+        ASSERT_EQ(letterRuns(s), general::letterRuns(s)) << s;
+        ASSERT_EQ(letterOrNumberRuns(s), general::letterOrNumberRuns(s)) << s;
+        ASSERT_EQ(trimPunctuation(s), general::trimPunctuation(s)) << s;
+        ASSERT_EQ(trimWhitespace(s), general::trimWhitespace(s)) << s;
+    }
 }
 
 }  // namespace
