@@ -1,11 +1,11 @@
 #pragma once
 // One real moment of the archive: what someone else wrote, and her message that followed.
 
+#include <cstddef>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include <nlohmann/json.hpp>
 
 #include "importer/ChatMessage.h"
 
@@ -25,7 +25,21 @@ struct Exchange {
 std::vector<Exchange> pairExchanges(const std::vector<ChatMessage>& messages,
                                     const std::string& speaker);
 
+/// The same pairing as positions in `messages`, for callers that look at every exchange but keep
+/// few of them and so should not copy every message of hers. `prompt` is `none` when absent.
+struct ExchangePosition {
+    static constexpr std::size_t none = static_cast<std::size_t>(-1);
+    std::size_t reply = 0;
+    std::size_t prompt = none;
+};
+std::vector<ExchangePosition> pairExchangePositions(const std::vector<ChatMessage>& messages,
+                                                    const std::string& speaker);
+/// The exchange at `position`, copied out of `messages`.
+Exchange exchangeAt(const std::vector<ChatMessage>& messages, const ExchangePosition& position);
+
 /// JSON coding: "prompt" (written only when present, optional on reading) and "reply" (required).
+/// Reading throws nlohmann::json::exception when "reply" is missing or malformed, or "prompt" is
+/// not text.
 void to_json(nlohmann::ordered_json& json, const Exchange& exchange);
 void from_json(const nlohmann::ordered_json& json, Exchange& exchange);
 

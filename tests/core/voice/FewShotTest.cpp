@@ -1,0 +1,123 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "voice/FewShot.h"
+
+namespace lumenary {
+namespace {
+
+const std::string kHer = "Amma";
+
+Exchange answer(std::optional<std::string> prompt, const std::string& reply) {
+    return Exchange{std::move(prompt), ChatMessage{"R", kHer, reply, 0}};
+}
+
+// An archive of (prompt, reply) pairs one minute apart, an hour between pairs.
+std::vector<ChatMessage> conversation(const std::vector<std::pair<std::string, std::string>>& pairs,
+                                      Timestamp start = 1'600'000'000) {
+    std::vector<ChatMessage> archive;
+    int next = 0;
+    for (const auto& [prompt, reply] : pairs) {
+        archive.push_back({"P" + std::to_string(next), "Ravi", prompt, start});
+        archive.push_back({"R" + std::to_string(next++), kHer, reply, start + 60});
+        start += 3600;
+    }
+    return archive;
+}
+
+std::vector<std::string> replies(const std::vector<Exchange>& bank) {
+    std::vector<std::string> texts;
+    for (const auto& chosen : bank)
+        texts.push_back(chosen.reply.text);
+    return texts;
+}
+
+TEST(FewShot, CharacteristicnessRewardsTypicalLengthEmojiQuestionsAndEndearments) {
+    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer("hi", "Did you eat kanna?")), 5.7);
+    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer("are you home", "Did you eat kanna?")),
+                     6.7);
+    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer(std::nullopt, "a b c d e f g")), 3.4);
+    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer(std::nullopt, "ok")), 1.0);
+    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer(std::nullopt, "a b c d e f g h i j k l m")),
+                     1.0);
+    // The endearment counts once, as a whole letter run, in any case; "Kannamma" is not "kanna".
+    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer(std::nullopt, "KANNA, kanna!")), 3.9);
+    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer(std::nullopt, "Kannamma come")), 1.4);
+    // Emoji from U+238D up count; a keycap digit does not.
+    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer(std::nullopt, "love you \U0001F64F")), 3.8);
+    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer(std::nullopt, "call 1\uFE0F\u20E3")), 1.4);
+    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer("two words", "ok")), 1.0);
+    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer("two  words\tthree", "ok")), 1.0);
+}
+
+TEST(FewShot, BankTakesOnlyRepliesWithPromptsOfTwoToFortyWordsWithoutLinks) {
+    std::string fortyWords, fortyOneWords;
+    for (int i = 0; i < 40; ++i)
+        fortyWords += "w" + std::to_string(i) + " ";
+    fortyOneWords = fortyWords + "extra";
+    std::vector<ChatMessage> archive = conversation({
+        {"hello", "fine"},
+        {"hello", "two words"},
+        {"hello", fortyWords},
+        {"hello", fortyOneWords},
+        {"hello", "see https://example.com now"},
+        {"hello", "see HTTPS://example.com now"},  // the link test is case-sensitive
+    });
+    // Her message half a day after anything else has no prompt.
+    archive.push_back({"late", kHer, "nobody asked me this", archive.back().date + 50'000});
+
+    EXPECT_EQ(replies(FewShot::mine(archive, kHer, 30)),
+              (std::vector<std::string>{"two words", fortyWords, "see HTTPS://example.com now"}));
+    EXPECT_TRUE(FewShot::mine(archive, kHer, 0).empty());
+    EXPECT_TRUE(FewShot::mine(archive, "Nobody", 30).empty());
+}
+
+TEST(FewShot, BankPrefersHigherScoresSkipsNearRepeatsAndReturnsOldestFirst) {
+    const std::vector<ChatMessage> archive = conversation({
+        {"hi", "i will eat now ok"},      // 5 words: 2.6
+        {"hi", "ok ma i will eat now"},   // 6 words + "ma": 5.5, same tokens as the first
+        {"hi", "\U0001F64F \U0001F64F"},  // no tokens: never too close to anything
+        {"hi", "\U0001F64F \U0001F64F \U0001F64F"},
+        {"hi", "went to the temple today"},     // 5 words: 2.6, same score as the first
+        {"hi", "temple today was so crowded"},  // shares 2 of 5 tokens: 0.4, kept
+    });
+    const std::vector<Exchange> bank = FewShot::mine(archive, kHer, 30);
+    EXPECT_EQ(replies(bank), (std::vector<std::string>{
+                                 "ok ma i will eat now", "\U0001F64F \U0001F64F",
+                                 "\U0001F64F \U0001F64F \U0001F64F", "went to the temple today",
+                                 "temple today was so crowded"}));
+    EXPECT_EQ(bank.front().prompt, "hi");
+
+    // With a limit the highest scores win; among equal scores the earlier exchange.
+    EXPECT_EQ(replies(FewShot::mine(archive, kHer, 3)),
+              (std::vector<std::string>{"ok ma i will eat now", "\U0001F64F \U0001F64F",
+                                        "\U0001F64F \U0001F64F \U0001F64F"}));
+    const std::vector<ChatMessage> tie = conversation({
+        {"hi", "i will eat now ok"},
+        {"hi", "now ok i will eat"},
+    });
+    EXPECT_EQ(replies(FewShot::mine(tie, kHer, 30)),
+              (std::vector<std::string>{"i will eat now ok"}));
+}
+
+TEST(FewShot, BankIsSortedByReplyDateNotByScore) {
+    std::vector<ChatMessage> archive = conversation({
+        {"hi", "plain reply here"},
+        {"hi", "did you eat kanna?"},
+    });
+    std::swap(archive[0].date, archive[2].date);  // the archive is out of date order
+    std::swap(archive[1].date, archive[3].date);
+    EXPECT_EQ(replies(FewShot::mine(archive, kHer, 30)),
+              (std::vector<std::string>{"did you eat kanna?", "plain reply here"}));
+}
+
+TEST(FewShot, TokensAreLowercasedLetterOrNumberRunsWithDuplicates) {
+    EXPECT_EQ(FewShot::tokenize("Don't GO, go 2day! a"),
+              (std::vector<std::string>{"don", "t", "go", "go", "2day", "a"}));
+    EXPECT_TRUE(FewShot::tokenize("\U0001F64F !!").empty());
+}
+
+}  // namespace
+}  // namespace lumenary
