@@ -51,8 +51,8 @@ std::vector<std::string> RetrievalIndex::tokenize(std::string_view text) {
 RetrievalIndex::RetrievalIndex(const std::vector<ChatMessage>& messages, const std::string& speaker)
     : exchanges_(pairExchanges(messages, speaker)) {
     const std::size_t count = exchanges_.size();
-    tokenCounts_.resize(count);
-    damping_.resize(count);
+    tokenCounts_.assign(count, 0);
+    damping_.assign(count, Damping::none);
 
     // First pass: the distinct token ids of every exchange, back to back, and document counts.
     std::vector<std::uint32_t> distinct;

@@ -15,6 +15,13 @@ namespace {
 
 const std::string kHer = "Amma";
 
+// Written with += because GCC 12 at -O3 warns falsely about "literal" + std::string.
+std::string numbered(const char* prefix, int n) {
+    std::string text = prefix;
+    text += std::to_string(n);
+    return text;
+}
+
 // Pairs of (prompt, reply) one minute apart, an hour between pairs; a missing prompt is written
 // as an empty text and becomes a message of hers with nothing before it.
 std::vector<ChatMessage> conversation(
@@ -24,8 +31,8 @@ std::vector<ChatMessage> conversation(
     int next = 0;
     for (const auto& [prompt, reply] : pairs) {
         if (!prompt.empty())
-            archive.push_back({"P" + std::to_string(next), "Ravi", prompt, at});
-        archive.push_back({"R" + std::to_string(next++), kHer, reply, at + 60});
+            archive.push_back({numbered("P", next), "Ravi", prompt, at});
+        archive.push_back({numbered("R", next++), kHer, reply, at + 60});
         at += 86'400;
     }
     return archive;
@@ -219,7 +226,9 @@ TEST(RetrievalIndex, SearchEqualsThePlainAlgorithmOnAGeneratedArchive) {
     auto sentence = [&](int words) {
         std::string text;
         for (int i = 0; i < words; ++i)
-            text += (i ? " " : "") + vocabulary[word(random)];
+            if (i > 0)
+                text += ' ';
+        text += vocabulary[word(random)];
         return text;
     };
     std::vector<ChatMessage> archive;

@@ -10,6 +10,13 @@ namespace {
 
 const std::string kHer = "Amma";
 
+// Written with += because GCC 12 at -O3 warns falsely about "literal" + std::string.
+std::string numbered(const char* prefix, int n) {
+    std::string text = prefix;
+    text += std::to_string(n);
+    return text;
+}
+
 Exchange answer(std::optional<std::string> prompt, const std::string& reply) {
     return Exchange{std::move(prompt), ChatMessage{"R", kHer, reply, 0}};
 }
@@ -20,8 +27,8 @@ std::vector<ChatMessage> conversation(const std::vector<std::pair<std::string, s
     std::vector<ChatMessage> archive;
     int next = 0;
     for (const auto& [prompt, reply] : pairs) {
-        archive.push_back({"P" + std::to_string(next), "Ravi", prompt, start});
-        archive.push_back({"R" + std::to_string(next++), kHer, reply, start + 60});
+        archive.push_back({numbered("P", next), "Ravi", prompt, start});
+        archive.push_back({numbered("R", next++), kHer, reply, start + 60});
         start += 3600;
     }
     return archive;
@@ -54,8 +61,10 @@ TEST(FewShot, CharacteristicnessRewardsTypicalLengthEmojiQuestionsAndEndearments
 
 TEST(FewShot, BankTakesOnlyRepliesWithPromptsOfTwoToFortyWordsWithoutLinks) {
     std::string fortyWords, fortyOneWords;
-    for (int i = 0; i < 40; ++i)
-        fortyWords += "w" + std::to_string(i) + " ";
+    for (int i = 0; i < 40; ++i) {
+        fortyWords += numbered("w", i);
+        fortyWords += " ";
+    }
     fortyOneWords = fortyWords + "extra";
     std::vector<ChatMessage> archive = conversation({
         {"hello", "fine"},
