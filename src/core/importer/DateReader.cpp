@@ -1,0 +1,360 @@
+#include "importer/DateReader.h"
+
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <cstdint>
+#include <string>
+
+// The ten formats are read here by hand rather than by ICU's SimpleDateFormat: a formatter costs
+// microseconds per message, and ICU 72 (Debian 12) rejects one-digit days and minutes under "dd"
+// and "mm" in strict mode, which ICU 73 fixed and which the exports of older phones use
+// ("1/3/21, 9:05"). Everything else follows ICU's strict parse, step by step:
+// - a numeric field skips leading white space, then reads an optional minus sign and decimal
+//   digits of any script; a value out of the field's range fails the format;
+// - "/", "." , "-" and ":" must appear exactly, with no white space before them;
+// - a space in the pattern needs at least one white-space character and takes all of them, so
+//   a no-break space (U+00A0) or a narrow no-break space (U+202F) before "PM" reads as a space;
+// - "a" takes "AM" or "PM" in any case, or only their first letter;
+// - "yy" puts exactly two digits into the hundred years that start 80 years ago; any other
+//   number of digits is the year as written, and "yyyy" always takes the year as written;
+// - the calendar is strict: 31 April, hour 24 and wall times that the zone skips do not read;
+//   dates before 15 October 1582 are on the Julian calendar, as ICU's Gregorian calendar has it;
+// - the whole string must be read.
+// The differential test against ICU holds this list to ICU's behaviour.
+
+namespace lumenary::DateReader {
+namespace {
+
+using std::size_t;
+
+constexpr long long kTooLarge = 1'000'000'000'000LL;  // past any field's range; stops overflow
+
+class Text {
+public:
+    explicit Text(std::string_view s) : s_(s) {}
+
+    bool atEnd(size_t i) const { return i >= s_.size(); }
+    size_t size() const { return s_.size(); }
+    char byte(size_t i) const { return s_[i]; }
+
+    /// The code point at `i`; `next` is where the one after it starts. Ill-formed bytes read as
+    /// U+FFFD, one per maximal ill-formed sequence, as ICU's converters read them.
+    UChar32 at(size_t i, size_t& next) const {
+        const auto lead = static_cast<unsigned char>(s_[i]);
+        if (lead < 0x80) {
+            next = i + 1;
+            return lead;
+        }
+        UChar32 c = 0;
+        next = i;
+        U8_NEXT_OR_FFFD(s_.data(), next, s_.size(), c);
+        return c;
+    }
+
+private:
+    std::string_view s_;
+};
+
+// ICU skips both Unicode white space and its pattern white space, which adds the two direction
+// marks.
+bool isParseSpace(UChar32 c) {
+    if (c < 0x80) return c == ' ' || (c >= 0x09 && c <= 0x0D);
+    return c == 0x200E || c == 0x200F || u_isUWhiteSpace(c);
+}
+
+int digitValue(UChar32 c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c < 0x80 || u_charType(c) != U_DECIMAL_DIGIT_NUMBER) return -1;
+    return u_charDigitValue(c);
+}
+
+size_t skipSpaces(const Text& text, size_t i) {
+    while (!text.atEnd(i)) {
+        size_t next = 0;
+        if (!isParseSpace(text.at(i, next))) break;
+        i = next;
+    }
+    return i;
+}
+
+struct Number {
+    long long value = 0;
+    bool twoDigitYear = false;  // exactly two digits of one UTF-16 unit each, no sign
+};
+
+// [white space] [minus] digits. A negative number fails at once: no field here takes one, and
+// ICU refuses them by range. A minus before zero reads as zero, as in ICU.
+std::optional<Number> readNumber(const Text& text, size_t& i) {
+    size_t at = skipSpaces(text, i);
+    if (text.atEnd(at)) return std::nullopt;
+    size_t next = 0;
+    UChar32 c = text.at(at, next);
+    const bool negative = c == '-' || c == 0x2212;
+    if (negative) {
+        at = next;
+        if (text.atEnd(at)) return std::nullopt;
+        c = text.at(at, next);
+    }
+    Number number;
+    int digits = 0;
+    bool allInBmp = true;
+    for (int value = digitValue(c); value >= 0;) {
+        number.value = std::min(number.value * 10 + value, kTooLarge);
+        ++digits;
+        allInBmp = allInBmp && c < 0x10000;
+        at = next;
+        if (text.atEnd(at)) break;
+        c = text.at(at, next);
+        value = digitValue(c);
+    }
+    if (digits == 0 || (negative && number.value != 0)) return std::nullopt;
+    number.twoDigitYear = digits == 2 && allInBmp && !negative;
+    i = at;
+    return number;
+}
+
+bool readLiteral(const Text& text, size_t& i, char literal) {
+    if (text.atEnd(i) || text.byte(i) != literal) return false;
+    ++i;
+    return true;
+}
+
+// A space in the pattern: one or more white-space characters.
+bool readSpaces(const Text& text, size_t& i) {
+    const size_t end = skipSpaces(text, i);
+    if (end == i) return false;
+    i = end;
+    return true;
+}
+
+// "AM"/"PM", or the narrow "a"/"p", in any case. Gives true for PM.
+std::optional<bool> readAmPm(const Text& text, size_t& i) {
+    size_t at = skipSpaces(text, i);
+    if (text.atEnd(at)) return std::nullopt;
+    const char first = static_cast<char>(text.byte(at) | 0x20);
+    if (first != 'a' && first != 'p') return std::nullopt;
+    ++at;
+    if (!text.atEnd(at) && (text.byte(at) | 0x20) == 'm') ++at;
+    i = at;
+    return first == 'p';
+}
+
+struct DatePart {
+    Number first, second, year;
+    size_t end = 0;  // after the ", " that joins date and time
+};
+
+std::optional<DatePart> readDatePart(const Text& text, char separator) {
+    DatePart part;
+    size_t i = 0;
+    std::optional<Number> first = readNumber(text, i);
+    if (!first || !readLiteral(text, i, separator)) return std::nullopt;
+    std::optional<Number> second = readNumber(text, i);
+    if (!second || !readLiteral(text, i, separator)) return std::nullopt;
+    std::optional<Number> year = readNumber(text, i);
+    if (!year || !readLiteral(text, i, ',') || !readSpaces(text, i)) return std::nullopt;
+    return DatePart{*first, *second, *year, i};
+}
+
+enum class Clock { twelveHour, twentyFourHour };
+
+struct TimePart {
+    int hour = 0;  // 0–23
+    int minute = 0;
+    int second = 0;
+};
+
+// "h:mm[:ss] a" or "HH:mm[:ss]", to the end of the text.
+std::optional<TimePart> readTimePart(const Text& text, size_t i, Clock clock, bool withSeconds) {
+    std::optional<Number> hour = readNumber(text, i);
+    if (!hour || !readLiteral(text, i, ':')) return std::nullopt;
+    std::optional<Number> minute = readNumber(text, i);
+    if (!minute) return std::nullopt;
+    std::optional<Number> second;
+    if (withSeconds) {
+        if (!readLiteral(text, i, ':')) return std::nullopt;
+        second = readNumber(text, i);
+        if (!second) return std::nullopt;
+    }
+    TimePart time;
+    if (clock == Clock::twelveHour) {
+        if (!readSpaces(text, i)) return std::nullopt;
+        const std::optional<bool> pm = readAmPm(text, i);
+        if (!pm) return std::nullopt;
+        // "12" is the first hour of its half of the day; 13 and later are not 12-hour hours.
+        const long long h = hour->value == 12 ? 0 : hour->value;
+        if (h > 11) return std::nullopt;
+        time.hour = static_cast<int>(h) + (*pm ? 12 : 0);
+    } else {
+        if (hour->value > 23) return std::nullopt;
+        time.hour = static_cast<int>(hour->value);
+    }
+    if (!text.atEnd(i) || minute->value > 59 || (second && second->value > 59)) {
+        return std::nullopt;
+    }
+    time.minute = static_cast<int>(minute->value);
+    time.second = second ? static_cast<int>(second->value) : 0;
+    return time;
+}
+
+bool isLeapYear(long long year) {
+    // Julian leap years before the Gregorian reform, as ICU's calendar counts them.
+    if (year < 1582) return year % 4 == 0;
+    return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+}
+
+int monthLength(long long year, int month) {
+    static constexpr std::array<int, 12> kDays = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    return month == 2 && isLeapYear(year) ? 29 : kDays[static_cast<size_t>(month - 1)];
+}
+
+// The proleptic Gregorian date of the same day as Julian calendar date y-m-d (y >= 1).
+CivilTime julianToGregorian(int year, int month, int day) {
+    const int a = (14 - month) / 12;
+    const long long y = year + 4800 - a;
+    const int m = month + 12 * a - 3;
+    const long long julianDayNumber = day + (153 * m + 2) / 5 + 365 * y + y / 4 - 32083;
+    constexpr long long kJulianDayOfUnixEpoch = 2440588;
+    const std::chrono::sys_days days{std::chrono::days{julianDayNumber - kJulianDayOfUnixEpoch}};
+    const std::chrono::year_month_day ymd{days};
+    return CivilTime{static_cast<int>(ymd.year()),
+                     static_cast<int>(static_cast<unsigned>(ymd.month())),
+                     static_cast<int>(static_cast<unsigned>(ymd.day()))};
+}
+
+std::optional<Timestamp> momentOf(long long year, long long month, long long day,
+                                  const TimePart& time) {
+    // LocalTime reads years up to 99999; ICU would go on to 5828962, which no export carries.
+    if (year < 1 || year > 99999 || month < 1 || month > 12 || day < 1 ||
+        day > monthLength(year, static_cast<int>(month))) {
+        return std::nullopt;
+    }
+    const int y = static_cast<int>(year), m = static_cast<int>(month), d = static_cast<int>(day);
+    const bool beforeReform = y < 1582 || (y == 1582 && (m < 10 || (m == 10 && d < 15)));
+    CivilTime civil = beforeReform ? julianToGregorian(y, m, d) : CivilTime{y, m, d};
+    civil.hour = time.hour;
+    civil.minute = time.minute;
+    civil.second = time.second;
+    return LocalTime::fromCivil(civil);
+}
+
+// Two-digit years land in the hundred years that start 80 years before now, to the second.
+struct CenturyWindow {
+    int startYear = 0;
+    Timestamp start = 0;
+};
+
+const CenturyWindow& centuryWindow() {
+    static const CenturyWindow window = [] {
+        const Timestamp current = now();
+        CivilTime then = LocalTime::civil(current);
+        then.year = LocalTime::twoDigitYearWindowStart();
+        if (then.month == 2 && then.day == 29 && !isLeapYear(then.year)) then.day = 28;
+        const std::optional<Timestamp> start = LocalTime::fromCivil(then);
+        constexpr double kSecondsPerYear = 365.2425 * 86400;
+        return CenturyWindow{then.year, start ? *start + (current - std::floor(current))
+                                              : current - 80 * kSecondsPerYear};
+    }();
+    return window;
+}
+
+enum class YearDigits { two, four };
+
+std::optional<Timestamp> momentWithYear(const Number& year, YearDigits digits, long long month,
+                                        long long day, const TimePart& time) {
+    if (digits == YearDigits::four || !year.twoDigitYear) {
+        return momentOf(year.value, month, day, time);
+    }
+    const CenturyWindow& window = centuryWindow();
+    const int ambiguous = window.startYear % 100;
+    const long long twoDigits = year.value;
+    if (twoDigits != ambiguous) {
+        const long long full = window.startYear / 100 * 100 + twoDigits +
+                               (twoDigits < ambiguous ? 100 : 0);
+        return momentOf(full, month, day, time);
+    }
+    // The window's first year occurs twice in it: early in the year it is the next century's.
+    const std::optional<Timestamp> early = momentOf(window.startYear, month, day, time);
+    if (early && *early < window.start) return momentOf(window.startYear + 100, month, day, time);
+    return early;
+}
+
+struct Format {
+    char separator;
+    YearDigits year;
+    Clock clock;
+    bool withSeconds;
+};
+
+// "dd/MM/yy, h:mm:ss a", "dd/MM/yyyy, h:mm:ss a", "dd/MM/yy, HH:mm:ss", "dd/MM/yyyy, HH:mm:ss",
+// "dd/MM/yy, h:mm a", "dd/MM/yyyy, h:mm a", "dd/MM/yy, HH:mm", "dd/MM/yyyy, HH:mm",
+// "dd.MM.yy, HH:mm", "dd-MM-yyyy, HH:mm" — in this order.
+constexpr std::array<Format, 10> kFormats = {{
+    {'/', YearDigits::two, Clock::twelveHour, true},
+    {'/', YearDigits::four, Clock::twelveHour, true},
+    {'/', YearDigits::two, Clock::twentyFourHour, true},
+    {'/', YearDigits::four, Clock::twentyFourHour, true},
+    {'/', YearDigits::two, Clock::twelveHour, false},
+    {'/', YearDigits::four, Clock::twelveHour, false},
+    {'/', YearDigits::two, Clock::twentyFourHour, false},
+    {'/', YearDigits::four, Clock::twentyFourHour, false},
+    {'.', YearDigits::two, Clock::twentyFourHour, false},
+    {'-', YearDigits::four, Clock::twentyFourHour, false},
+}};
+
+std::optional<Timestamp> readJoined(const Text& text, DateOrder order) {
+    std::optional<DatePart> slashed;
+    bool slashedRead = false;
+    for (const Format& format : kFormats) {
+        std::optional<DatePart> part;
+        if (format.separator == '/') {
+            // Eight formats share the slashed date; read it once.
+            if (!slashedRead) {
+                slashed = readDatePart(text, '/');
+                slashedRead = true;
+            }
+            part = slashed;
+        } else {
+            part = readDatePart(text, format.separator);
+        }
+        if (!part) continue;
+        const std::optional<TimePart> time =
+            readTimePart(text, part->end, format.clock, format.withSeconds);
+        if (!time) continue;
+        const bool dayFirst = order == DateOrder::dayFirst;
+        const long long day = dayFirst ? part->first.value : part->second.value;
+        const long long month = dayFirst ? part->second.value : part->first.value;
+        if (auto moment = momentWithYear(part->year, format.year, month, day, *time)) {
+            return moment;
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<Timestamp> read(std::string_view dateField, std::string_view timeField,
+                              DateOrder order) {
+    // Header fields are short; join them on the stack and fall back to the heap for odd ones.
+    constexpr size_t kInline = 96;
+    const size_t length = dateField.size() + 2 + timeField.size();
+    if (length <= kInline) {
+        std::array<char, kInline> buffer;
+        char* out = buffer.data();
+        out = std::copy(dateField.begin(), dateField.end(), out);
+        *out++ = ',';
+        *out++ = ' ';
+        std::copy(timeField.begin(), timeField.end(), out);
+        return readJoined(Text(std::string_view(buffer.data(), length)), order);
+    }
+    std::string joined;
+    joined.reserve(length);
+    joined.append(dateField).append(", ").append(timeField);
+    return readJoined(Text(joined), order);
+}
+
+}  // namespace lumenary::DateReader

@@ -1,0 +1,32 @@
+#pragma once
+// The parts of the noise test that have a fast path, exposed so that tests can hold each fast
+// path to the plain rule it stands for. Internal to the importer; WhatsAppParser::isNoise is the
+// public face.
+
+#include <span>
+#include <string_view>
+
+namespace lumenary::NoiseRules {
+
+/// `body` without white space and newlines at either end: text::trimWhitespace, with a shortcut
+/// for the common body that starts and ends with something else.
+std::string_view trimmedBody(std::string_view body);
+
+/// isNoise for a body already trimmed by trimmedBody.
+bool isNoiseTrimmed(std::string_view trimmed);
+
+/// Lower-case phrases of app notices and media placeholders, matched as substrings. The 25
+/// English ones come first.
+std::span<const std::string_view> phrases();
+
+/// True when `lowered` contains one of phrases(). Same answer as searching for each in turn.
+bool containsPhrase(std::string_view lowered);
+
+/// The call-log pattern, matched case-insensitively: "Missed voice call", "Voice call, 12 min",
+/// "5 minutes", "busy"... Runs ICU only for text that could match. Thread-safe.
+bool isCallLog(std::string_view text);
+
+/// The same with ICU's regular expression on every text, for tests.
+bool isCallLogByRegex(std::string_view text);
+
+}  // namespace lumenary::NoiseRules
