@@ -1,13 +1,18 @@
 #pragma once
 // A word-to-count table that remembers the order in which keys first arrived, so that ranking it
 // (text::rankByCount keeps the table's order among equal counts) gives the same list on every run.
+//
+// The statistics count tens of millions of words over a large archive, so the index is a flat
+// open-addressing array of (hash tag, entry number) pairs rather than a node-based map: a lookup
+// of a key already counted touches one slot and one entry and allocates nothing.
 
 #include <cstddef>
-#include <deque>
+#include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
+#include <vector>
 
 namespace lumenary {
 
@@ -16,28 +21,36 @@ public:
     using key_type = std::string;
     using value_type = std::pair<std::string, long long>;
 
-    CountingTable() = default;
-    // The index holds views into the entries; a copy would point into the original.
-    CountingTable(const CountingTable&) = delete;
-    CountingTable& operator=(const CountingTable&) = delete;
-    CountingTable(CountingTable&&) = default;
-    CountingTable& operator=(CountingTable&&) = default;
-
-    /// Adds `amount` to the count of `key`; the key is copied only the first time it is seen.
-    void add(std::string_view key, long long amount = 1) {
-        if (const auto found = index_.find(key); found != index_.end()) {
-            entries_[found->second].second += amount;
-            return;
+    /// Adds `amount` to the count of `key` (copied only the first time it is seen) and gives the
+    /// key's entry number: 0 for the first key added, 1 for the next, and so on.
+    std::size_t add(std::string_view key, long long amount = 1) {
+        if ((entries_.size() + 1) * 2 > slots_.size()) grow();
+        const std::size_t hash = hashOf(key);
+        for (std::size_t slot = hash & mask();; slot = (slot + 1) & mask()) {
+            Slot& s = slots_[slot];
+            if (s.entryPlusOne == 0) {
+                entries_.emplace_back(std::string(key), amount);
+                s = Slot{tagOf(hash), static_cast<std::uint32_t>(entries_.size())};
+                return entries_.size() - 1;
+            }
+            if (s.tag == tagOf(hash) && entries_[s.entryPlusOne - 1].first == key) {
+                entries_[s.entryPlusOne - 1].second += amount;
+                return s.entryPlusOne - 1;
+            }
         }
-        // A deque never moves its elements when it grows, so the view stays valid.
-        entries_.emplace_back(std::string(key), amount);
-        index_.emplace(entries_.back().first, entries_.size() - 1);
     }
 
     /// The count of `key`, 0 when it was never added.
     long long count(std::string_view key) const {
-        const auto found = index_.find(key);
-        return found == index_.end() ? 0 : entries_[found->second].second;
+        if (slots_.empty()) return 0;
+        const std::size_t hash = hashOf(key);
+        for (std::size_t slot = hash & mask();; slot = (slot + 1) & mask()) {
+            const Slot& s = slots_[slot];
+            if (s.entryPlusOne == 0) return 0;
+            if (s.tag == tagOf(hash) && entries_[s.entryPlusOne - 1].first == key) {
+                return entries_[s.entryPlusOne - 1].second;
+            }
+        }
     }
 
     /// The sum of all counts.
@@ -56,14 +69,58 @@ public:
         return kept;
     }
 
+    /// The entry numbered `entry` (see add).
+    const value_type& operator[](std::size_t entry) const { return entries_[entry]; }
     std::size_t size() const { return entries_.size(); }
     bool empty() const { return entries_.empty(); }
     auto begin() const { return entries_.begin(); }
     auto end() const { return entries_.end(); }
 
 private:
-    std::deque<value_type> entries_;
-    std::unordered_map<std::string_view, std::size_t> index_;
+    struct Slot {
+        std::uint32_t tag = 0;           // high bits of the key's hash, to skip most comparisons
+        std::uint32_t entryPlusOne = 0;  // 0 marks an empty slot
+    };
+
+    // Keys are mostly words of a few letters, for which the library's general-purpose hash costs
+    // more than the rest of the lookup: this one reads eight bytes at a time and mixes once.
+    static std::size_t hashOf(std::string_view key) {
+        std::uint64_t h = 0x9E3779B97F4A7C15ull ^ key.size();
+        std::size_t i = 0;
+        for (; i + 8 <= key.size(); i += 8) {
+            std::uint64_t chunk;
+            std::memcpy(&chunk, key.data() + i, 8);
+            h = (h ^ chunk) * 0xFF51AFD7ED558CCDull;
+            h ^= h >> 32;
+        }
+        std::uint64_t tail = 0;
+        if (i < key.size()) std::memcpy(&tail, key.data() + i, key.size() - i);
+        h = (h ^ tail) * 0xC4CEB9FE1A85EC53ull;
+        h ^= h >> 29;
+        h *= 0xFF51AFD7ED558CCDull;
+        h ^= h >> 32;
+        return static_cast<std::size_t>(h);
+    }
+    static std::uint32_t tagOf(std::size_t hash) {
+        return static_cast<std::uint32_t>(static_cast<std::uint64_t>(hash) >> 32);
+    }
+    std::size_t mask() const { return slots_.size() - 1; }
+
+    // Keeps the array at most half full, so probe runs stay short; the size is a power of two.
+    void grow() {
+        std::vector<Slot> bigger(slots_.empty() ? 16 : slots_.size() * 2);
+        const std::size_t biggerMask = bigger.size() - 1;
+        for (std::size_t i = 0; i < entries_.size(); ++i) {
+            const std::size_t hash = hashOf(entries_[i].first);
+            std::size_t slot = hash & biggerMask;
+            while (bigger[slot].entryPlusOne != 0) slot = (slot + 1) & biggerMask;
+            bigger[slot] = Slot{tagOf(hash), static_cast<std::uint32_t>(i + 1)};
+        }
+        slots_ = std::move(bigger);
+    }
+
+    std::vector<value_type> entries_;
+    std::vector<Slot> slots_;
 };
 
 }  // namespace lumenary

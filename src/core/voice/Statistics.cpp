@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
+#include <future>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "common/LocalTime.h"
@@ -61,7 +64,11 @@ bool isSentencePunctuation(std::string_view character) {
 // only non-ASCII text holding such a byte needs cutting into characters, because a combining mark
 // after "." makes a different character.
 bool lacksSentencePunctuation(std::string_view s, bool ascii) {
-    if (s.find_first_of(".!?,") == std::string_view::npos) return true;
+    // (string_view::find_first_of would call memchr once per byte of the message.)
+    const bool anyByte = std::any_of(s.begin(), s.end(), [](char c) {
+        return c == '.' || c == '!' || c == '?' || c == ',';
+    });
+    if (!anyByte) return true;
     if (ascii) return false;
     const std::vector<std::string_view> characters = text::characters(s);
     return std::none_of(characters.begin(), characters.end(), isSentencePunctuation);
@@ -80,35 +87,57 @@ struct CodePointScan {
     bool ascii = true;
 };
 
+// Most text is ASCII: the emoji test and the script of each ASCII code point are looked up once.
+struct AsciiFacts {
+    bool emoji = false;
+    std::size_t script = kNoScript;
+};
+const std::array<AsciiFacts, 128>& asciiFacts() {
+    static const std::array<AsciiFacts, 128> facts = [] {
+        std::array<AsciiFacts, 128> table{};
+        for (char32_t c = 0; c < 128; ++c) table[c] = {text::isEmojiCodePoint(c), scriptOf(c)};
+        return table;
+    }();
+    return facts;
+}
+
 // Walks the code points of `s` with ICU's decoder (no allocation per message), counting emoji and
 // marking the scripts seen. Invalid bytes decode as U+FFFD, which is neither.
 CodePointScan scanCodePoints(std::string_view s, CountingTable& emoji,
                              std::array<bool, kScriptRanges.size() + 1>& scriptsSeen) {
+    const auto& ascii = asciiFacts();
     CodePointScan scan;
     const auto* bytes = reinterpret_cast<const uint8_t*>(s.data());
     const auto length = static_cast<int32_t>(s.size());
     int32_t i = 0;
     while (i < length) {
         const int32_t start = i;
-        UChar32 c = 0;
-        U8_NEXT(bytes, i, length, c);
-        if (c < 0) c = 0xFFFD;
-        if (c >= 0x80) scan.ascii = false;
-        const auto codePoint = static_cast<char32_t>(c);
-        if (text::isEmojiCodePoint(codePoint)) {
+        bool isEmoji = false;
+        if (bytes[i] < 0x80) {
+            const AsciiFacts& facts = ascii[bytes[i++]];
+            isEmoji = facts.emoji;
+            scriptsSeen[facts.script] = true;
+        } else {
+            scan.ascii = false;
+            UChar32 c = 0;
+            U8_NEXT(bytes, i, length, c);
+            const auto codePoint = static_cast<char32_t>(c < 0 ? 0xFFFD : c);
+            isEmoji = text::isEmojiCodePoint(codePoint);
+            scriptsSeen[scriptOf(codePoint)] = true;
+        }
+        if (isEmoji) {
             // A valid code point's text is its own bytes.
             emoji.add(s.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(i - start)));
             scan.emoji = true;
         }
-        scriptsSeen[scriptOf(codePoint)] = true;
     }
     return scan;
 }
 
-void addEdgeWord(std::string_view word, CountingTable& table) {
+void addEdgeWord(std::string_view word, CountingTable& table, std::string& lower) {
     // Measured before lowercasing and trimming, so "!!" counts under the empty text.
     if (text::characterCount(word) < kMinEdgeWordCharacters) return;
-    const std::string lower = text::lowercase(word);
+    text::lowercase(word, lower);
     table.add(text::trimPunctuation(lower));
 }
 
@@ -145,30 +174,41 @@ void measureRhythm(const std::string& name, const std::vector<ChatMessage>& mess
     }
 }
 
-}  // namespace
+// Her recurring phrases and the other side's topic tally: about half of the work, so it gets a
+// thread of its own.
+struct PhrasesAndOtherTopics {
+    std::vector<std::string> phrases;
+    CountingTable otherTopics;
+};
 
-PersonaStats stats(const std::string& name, const std::vector<ChatMessage>& messages) {
-    HerMessages her;
-    for (const ChatMessage& message : messages) {
-        if (message.sender == name) her.push_back(&message);
+PhrasesAndOtherTopics minePhrasesAndOtherTopics(const HerMessages& her,
+                                                const std::vector<ChatMessage>& messages) {
+    VocabularyCounting::PhraseCounter phrases;
+    // Reused for every message, so the loop allocates only for what it has not seen before.
+    std::vector<std::string_view> tokens;
+    std::string lower;
+    for (const ChatMessage* message : her) {
+        text::lowercase(message->text, lower);
+        text::letterOrNumberRuns(lower, tokens);
+        phrases.add(tokens);
     }
-    PersonaStats result;
-    if (her.empty()) return result;
+    return {VocabularyCounting::rankPhrases(phrases),
+            VocabularyCounting::topicTally(VocabularyCounting::otherSide(her, messages))};
+}
 
-    result.messageCount = static_cast<long long>(her.size());
-    result.firstDate = messages.front().date;
-    result.lastDate = messages.back().date;
-
+// Everything else read from her messages: lengths, emoji, scripts, punctuation, openings,
+// closings, hours, endearments and the people she names. Gives her side of the topic tally.
+CountingTable measureWriting(const HerMessages& her, PersonaStats& result) {
     long long totalWords = 0;
     long long emojiMessages = 0, questions = 0, unpunctuated = 0;
-    CountingTable emoji, openings, closings;
+    CountingTable emoji, openings, closings, people, vocatives, topics;
     std::array<bool, kScriptRanges.size() + 1> scriptsSeen{};
-    CountingTable vocatives, phrases, herTopics, people;
-    std::string phraseScratch;
-
+    // Reused for every message, so the loop allocates only for what it has not seen before.
+    std::vector<std::string_view> words, letterRuns;
+    std::string lower;
     for (const ChatMessage* message : her) {
         const std::string& body = message->text;
-        const std::vector<std::string_view> words = text::spaceWords(body);
+        text::spaceWords(body, words);
         const auto wordCount = static_cast<long long>(words.size());
         totalWords += wordCount;
         result.longestWords = std::max(result.longestWords, wordCount);
@@ -178,21 +218,19 @@ PersonaStats stats(const std::string& name, const std::vector<ChatMessage>& mess
         if (body.find('?') != std::string::npos) ++questions;
         if (lacksSentencePunctuation(body, scan.ascii)) ++unpunctuated;
 
-        if (!words.empty()) addEdgeWord(words.front(), openings);
-        if (words.size() >= 2) addEdgeWord(words.back(), closings);
+        if (!words.empty()) addEdgeWord(words.front(), openings, lower);
+        if (words.size() >= 2) addEdgeWord(words.back(), closings, lower);
+        VocabularyCounting::countPeople(words, people);
 
         const int hour = LocalTime::civil(message->date).hour;
         if (hour >= 0 && hour < static_cast<int>(result.hourHistogram.size())) {
             ++result.hourHistogram[static_cast<std::size_t>(hour)];
         }
 
-        // The mining tables share one lowercasing and one cut of each message.
-        const std::string lower = text::lowercase(body);
-        const std::vector<std::string_view> letterRuns = text::letterRuns(lower);
+        text::lowercase(body, lower);
+        text::letterRuns(lower, letterRuns);
         VocabularyCounting::countVocatives(letterRuns, vocatives);
-        VocabularyCounting::tallyTopicWords(letterRuns, herTopics);
-        VocabularyCounting::countPhrases(text::letterOrNumberRuns(lower), phrases, phraseScratch);
-        VocabularyCounting::countPeople(body, people);
+        VocabularyCounting::tallyTopicWords(letterRuns, topics);
     }
 
     const auto count = static_cast<double>(result.messageCount);
@@ -207,15 +245,35 @@ PersonaStats stats(const std::string& name, const std::vector<ChatMessage>& mess
         if (scriptsSeen[i]) result.scripts.emplace_back(kScriptRanges[i].label);
     }
     std::sort(result.scripts.begin(), result.scripts.end());
-
-    const CountingTable otherTopics =
-        VocabularyCounting::topicTally(VocabularyCounting::otherSide(her, messages));
-    result.vocatives = VocabularyCounting::rankVocatives(vocatives);
-    result.signaturePhrases = VocabularyCounting::rankPhrases(phrases);
-    result.topics = VocabularyCounting::rankTopics(herTopics, otherTopics);
     result.peopleNamed = VocabularyCounting::rankPeople(people);
+    result.vocatives = VocabularyCounting::rankVocatives(vocatives);
+    return topics;
+}
 
+}  // namespace
+
+PersonaStats stats(const std::string& name, const std::vector<ChatMessage>& messages) {
+    HerMessages her;
+    for (const ChatMessage& message : messages) {
+        if (message.sender == name) her.push_back(&message);
+    }
+    PersonaStats result;
+    if (her.empty()) return result;
+
+    result.messageCount = static_cast<long long>(her.size());
+    result.firstDate = messages.front().date;
+    result.lastDate = messages.back().date;
+
+    // The two parts of the work only read the archive and fill separate tables, so one runs
+    // beside the other: on a two-core machine that nearly halves the time for a long archive. An
+    // exception (out of memory) reaches the caller through the future.
+    std::future<PhrasesAndOtherTopics> background = std::async(
+        std::launch::async, minePhrasesAndOtherTopics, std::cref(her), std::cref(messages));
+    const CountingTable herTopics = measureWriting(her, result);
     measureRhythm(name, messages, result);
+    PhrasesAndOtherTopics mined = background.get();
+    result.signaturePhrases = std::move(mined.phrases);
+    result.topics = VocabularyCounting::rankTopics(herTopics, mined.otherTopics);
     return result;
 }
 

@@ -3,6 +3,8 @@
 // ranking so that PersonaBuilder::stats can lowercase and cut each message once and feed every
 // table from the same pieces. Internal to the voice model.
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,23 +17,56 @@ namespace lumenary::VocabularyCounting {
 
 /// Counts each letter run (of lowercased text) that is one of the endearments.
 void countVocatives(const std::vector<std::string_view>& lowercaseLetterRuns, CountingTable& table);
-/// Counts the 2- and 3-token phrases of at least 7 characters; `scratch` is reused between calls
-/// so that a phrase already in the table costs no allocation.
-void countPhrases(const std::vector<std::string_view>& lowercaseTokens, CountingTable& table,
-                  std::string& scratch);
+
+/// Counts the 2- and 3-token phrases of at least 7 characters. A large archive holds millions of
+/// distinct phrases, and a table keyed by their text spends its time waiting on memory; so tokens
+/// are numbered once, each phrase is kept as its token numbers, and occurrences are counted in
+/// hash partitions small enough to stay in the processor's cache. The outcome equals counting the
+/// joined texts in a CountingTable.
+class PhraseCounter {
+public:
+    PhraseCounter();
+    /// Counts the phrases of one message, given its lowercased letter-or-number runs.
+    void add(const std::vector<std::string_view>& lowercaseTokens);
+    /// The phrases counted at least `minimum` times with their counts, in order of first
+    /// occurrence (the order a CountingTable would keep), leaving out those that cannot be among
+    /// the `mostFrequent` highest counts: every phrase tied with the last of those stays, so
+    /// ranking the result gives the same first `mostFrequent` entries as ranking them all.
+    CountingTable atLeast(long long minimum, std::size_t mostFrequent) const;
+
+private:
+    struct Token {
+        std::size_t characters;
+        bool joinsCleanly;  // its length adds up when joined with spaces (see tokenNumber)
+    };
+    struct Occurrence {
+        std::uint32_t first, second, third;  // token numbers + 1; third is 0 for two tokens
+        std::uint32_t ordinal;               // position among all occurrences, for the order
+    };
+
+    std::uint32_t tokenNumber(std::string_view token);
+    std::size_t phraseCharacters(const std::uint32_t* numbers, std::size_t n);
+
+    CountingTable tokens_;
+    std::vector<Token> tokenInfo_;
+    std::vector<std::uint32_t> numbers_;
+    std::vector<std::vector<Occurrence>> partitions_;
+    std::uint32_t nextOrdinal_ = 0;
+    std::string scratch_;
+};
 /// Counts the letter runs of at least 4 characters that are not stopwords.
 void tallyTopicWords(const std::vector<std::string_view>& lowercaseLetterRuns, CountingTable& table);
 /// The topic tally of whole messages (lowercased and cut here).
 CountingTable topicTally(const std::vector<const ChatMessage*>& messages);
-/// Counts the capitalised names among the space words of `text` after the first.
-void countPeople(std::string_view text, CountingTable& table);
+/// Counts the capitalised names among a message's space words after the first.
+void countPeople(const std::vector<std::string_view>& spaceWords, CountingTable& table);
 
 /// The messages of `all` whose id is the id of none of `her`, in archive order.
 std::vector<const ChatMessage*> otherSide(const PersonaBuilder::HerMessages& her,
                                           const std::vector<ChatMessage>& all);
 
 std::vector<std::string> rankVocatives(const CountingTable& table);
-std::vector<std::string> rankPhrases(const CountingTable& table);
+std::vector<std::string> rankPhrases(const PhraseCounter& counter);
 std::vector<std::string> rankTopics(const CountingTable& herTally, const CountingTable& otherTally);
 std::vector<std::string> rankPeople(const CountingTable& table);
 

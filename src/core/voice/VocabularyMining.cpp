@@ -5,9 +5,10 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -28,8 +29,6 @@ constexpr std::size_t kMaxPeople = 6;
 // floor: one "kanna" in a whole archive still says what she called you.
 constexpr long long kMinimumRecurrence = 3;
 
-// Shorter phrases ("i am", "ok da") are filler that every chat repeats.
-constexpr std::size_t kMinPhraseCharacters = 7;
 // Shorter words are mostly function words in any language written in Latin letters.
 constexpr std::size_t kMinTopicCharacters = 4;
 // Names shorter than 3 characters are initials or interjections; longer than 14, not names.
@@ -46,10 +45,106 @@ constexpr std::array<std::string_view, 31> kTopicStopwords = {
     "have", "has",  "will", "your", "its",   "our",  "can",  "did",  "does", "what", "when",
     "how",  "there", "then", "okay", "yes",  "no",   "ok",   "iam",  "its"};
 
-const std::unordered_set<std::string_view>& topicStopwords() {
-    static const std::unordered_set<std::string_view> set(kTopicStopwords.begin(),
-                                                          kTopicStopwords.end());
+// A small set of short words, searched by comparing each word as one integer: these sets are
+// asked about every word of every message, and most words differ from every entry.
+class ShortWordSet {
+public:
+    static constexpr std::size_t kLongest = sizeof(std::uint64_t);
+
+    explicit ShortWordSet(const std::vector<std::string_view>& words) {
+        for (const std::string_view word : words) {
+            if (!contains(word)) entries_.push_back(Entry{pack(word), word.size()});
+        }
+    }
+    bool contains(std::string_view word) const {
+        if (word.size() > kLongest) return false;
+        const std::uint64_t packed = pack(word);
+        return std::any_of(entries_.begin(), entries_.end(), [&](const Entry& entry) {
+            return entry.packed == packed && entry.size == word.size();
+        });
+    }
+
+private:
+    struct Entry {
+        std::uint64_t packed;
+        std::size_t size;
+    };
+    static std::uint64_t pack(std::string_view word) {
+        std::uint64_t packed = 0;
+        if (!word.empty()) std::memcpy(&packed, word.data(), std::min(word.size(), kLongest));
+        return packed;
+    }
+    std::vector<Entry> entries_;
+};
+
+constexpr bool allShort(const auto& words) {
+    return std::all_of(words.begin(), words.end(),
+                       [](std::string_view w) { return w.size() <= ShortWordSet::kLongest; });
+}
+static_assert(allShort(kEndearments) && allShort(kTopicStopwords));
+
+const ShortWordSet& endearments() {
+    static const ShortWordSet set({kEndearments.begin(), kEndearments.end()});
     return set;
+}
+
+// Only stopwords long enough to be topics can ever match.
+const ShortWordSet& effectiveStopwords() {
+    static const ShortWordSet set = [] {
+        std::vector<std::string_view> kept;
+        for (const std::string_view word : kTopicStopwords) {
+            if (text::characterCount(word) >= kMinTopicCharacters) kept.push_back(word);
+        }
+        return ShortWordSet(kept);
+    }();
+    return set;
+}
+
+// A set of ids that holds views into the messages; flat, because the other side of a long chat
+// is hundreds of thousands of lookups.
+class IdSet {
+public:
+    explicit IdSet(std::size_t expected) {
+        std::size_t size = 16;
+        while (size < expected * 2) size *= 2;
+        slots_.resize(size);
+    }
+    void insert(std::string_view id) {
+        std::size_t slot = find(id);
+        if (!occupied_(slot)) slots_[slot] = Slot{id, true};
+    }
+    bool contains(std::string_view id) const { return occupied_(find(id)); }
+
+private:
+    struct Slot {
+        std::string_view id;
+        bool used = false;
+    };
+    bool occupied_(std::size_t slot) const { return slots_[slot].used; }
+    std::size_t find(std::string_view id) const {
+        const std::size_t mask = slots_.size() - 1;
+        std::size_t slot = std::hash<std::string_view>{}(id) & mask;
+        while (slots_[slot].used && slots_[slot].id != id) slot = (slot + 1) & mask;
+        return slot;
+    }
+    std::vector<Slot> slots_;
+};
+
+// Case properties of the ASCII characters, read from ICU once: most words are ASCII.
+struct AsciiCase {
+    bool upper = false;
+    bool lower = false;
+};
+const std::array<AsciiCase, 128>& asciiCase() {
+    static const std::array<AsciiCase, 128> table = [] {
+        std::array<AsciiCase, 128> t{};
+        for (UChar32 c = 0; c < 128; ++c) {
+            t[static_cast<std::size_t>(c)] = {u_hasBinaryProperty(c, UCHAR_UPPERCASE) != 0,
+                                              u_hasBinaryProperty(c, UCHAR_LOWERCASE) != 0};
+        }
+        return t;
+    }();
+    return table;
 }
 
 std::vector<std::string> firstKeys(const std::vector<std::pair<std::string, long long>>& ranked,
@@ -70,23 +165,34 @@ UChar32 firstCodePoint(std::string_view s) {
 }
 
 bool hasProperty(std::string_view character, UProperty property) {
+    if (!character.empty() && static_cast<unsigned char>(character.front()) < 0x80) {
+        const AsciiCase& known = asciiCase()[static_cast<unsigned char>(character.front())];
+        return property == UCHAR_UPPERCASE ? known.upper : known.lower;
+    }
     return u_hasBinaryProperty(firstCodePoint(character), property) != 0;
 }
 
-// A word that reads as a person's name: 3–14 characters, one capital and then only lowercase
-// letters, so "RAVI", "McDonald", "Ravi's" and "R2D2" are not names.
-bool isName(std::string_view word) {
+// The word without its surrounding punctuation, when that reads as a person's name: 3–14
+// characters, one capital and then only lowercase letters, so "RAVI", "McDonald", "Ravi's" and
+// "R2D2" are not names.
+std::optional<std::string_view> nameIn(std::string_view word) {
+    // Most words start with a lowercase ASCII letter. Trimming never removes a letter, so such a
+    // word can never start with a capital: skip the cost of trimming it.
+    if (!word.empty() && static_cast<unsigned char>(word.front()) < 0x80 &&
+        asciiCase()[static_cast<unsigned char>(word.front())].lower) {
+        return std::nullopt;
+    }
     const std::string_view trimmed = text::trimPunctuation(word);
-    // Most words fail here, before the cost of cutting them into characters.
     if (trimmed.size() < kMinNameCharacters || !hasProperty(trimmed, UCHAR_UPPERCASE)) {
-        return false;
+        return std::nullopt;
     }
     const std::vector<std::string_view> characters = text::characters(trimmed);
-    if (characters.size() < kMinNameCharacters || characters.size() > kMaxNameCharacters) {
-        return false;
+    if (characters.size() < kMinNameCharacters || characters.size() > kMaxNameCharacters ||
+        !std::all_of(characters.begin() + 1, characters.end(),
+                     [](std::string_view c) { return hasProperty(c, UCHAR_LOWERCASE); })) {
+        return std::nullopt;
     }
-    return std::all_of(characters.begin() + 1, characters.end(),
-                       [](std::string_view c) { return hasProperty(c, UCHAR_LOWERCASE); });
+    return trimmed;
 }
 
 }  // namespace
@@ -95,40 +201,19 @@ namespace VocabularyCounting {
 
 void countVocatives(const std::vector<std::string_view>& lowercaseLetterRuns,
                     CountingTable& table) {
+    const ShortWordSet& known = endearments();
     for (const std::string_view run : lowercaseLetterRuns) {
-        if (std::find(kEndearments.begin(), kEndearments.end(), run) != kEndearments.end()) {
-            table.add(run);
-        }
-    }
-}
-
-void countPhrases(const std::vector<std::string_view>& lowercaseTokens, CountingTable& table,
-                  std::string& scratch) {
-    const std::size_t tokenCount = lowercaseTokens.size();
-    if (tokenCount < 2) return;
-    for (std::size_t n = 2; n <= 3 && n <= tokenCount; ++n) {
-        for (std::size_t start = 0; start + n <= tokenCount; ++start) {
-            scratch.assign(lowercaseTokens[start]);
-            for (std::size_t k = 1; k < n; ++k) {
-                scratch += ' ';
-                scratch += lowercaseTokens[start + k];
-            }
-            // A character takes at least one byte, so a short byte length settles it cheaply.
-            if (scratch.size() < kMinPhraseCharacters ||
-                text::characterCount(scratch) < kMinPhraseCharacters) {
-                continue;
-            }
-            table.add(scratch);
-        }
+        if (known.contains(run)) table.add(run);
     }
 }
 
 void tallyTopicWords(const std::vector<std::string_view>& lowercaseLetterRuns,
                      CountingTable& table) {
-    const auto& stopwords = topicStopwords();
+    const auto& stopwords = effectiveStopwords();
     for (const std::string_view run : lowercaseLetterRuns) {
         if (run.size() < kMinTopicCharacters ||
-            text::characterCount(run) < kMinTopicCharacters || stopwords.count(run) != 0) {
+            text::characterCount(run) < kMinTopicCharacters ||
+            stopwords.contains(run)) {
             continue;
         }
         table.add(run);
@@ -137,29 +222,36 @@ void tallyTopicWords(const std::vector<std::string_view>& lowercaseLetterRuns,
 
 CountingTable topicTally(const std::vector<const ChatMessage*>& messages) {
     CountingTable table;
+    std::string lower;
+    std::vector<std::string_view> runs;
     for (const ChatMessage* message : messages) {
-        const std::string lower = text::lowercase(message->text);
-        tallyTopicWords(text::letterRuns(lower), table);
+        text::lowercase(message->text, lower);
+        text::letterRuns(lower, runs);
+        tallyTopicWords(runs, table);
     }
     return table;
 }
 
-void countPeople(std::string_view messageText, CountingTable& table) {
-    const std::vector<std::string_view> words = text::spaceWords(messageText);
+void countPeople(const std::vector<std::string_view>& words, CountingTable& table) {
     // A capital at the start of a message says nothing about a name.
     for (std::size_t i = 1; i < words.size(); ++i) {
-        if (isName(words[i])) table.add(text::trimPunctuation(words[i]));
+        if (const auto name = nameIn(words[i])) table.add(*name);
     }
 }
 
 std::vector<const ChatMessage*> otherSide(const PersonaBuilder::HerMessages& her,
                                           const std::vector<ChatMessage>& all) {
-    std::unordered_set<std::string_view> herIds;
-    herIds.reserve(her.size());
+    IdSet herIds(her.size());
     for (const ChatMessage* message : her) herIds.insert(message->id);
     std::vector<const ChatMessage*> others;
+    std::size_t nextOfHers = 0;
     for (const ChatMessage& message : all) {
-        if (herIds.count(message.id) == 0) others.push_back(&message);
+        // Her messages usually point into `all` in the same order: those need no lookup.
+        if (nextOfHers < her.size() && her[nextOfHers] == &message) {
+            ++nextOfHers;
+            continue;
+        }
+        if (!herIds.contains(message.id)) others.push_back(&message);
     }
     return others;
 }
@@ -168,8 +260,9 @@ std::vector<std::string> rankVocatives(const CountingTable& table) {
     return firstKeys(text::rankByCount(table), kMaxVocatives);
 }
 
-std::vector<std::string> rankPhrases(const CountingTable& table) {
-    return firstKeys(text::rankByCount(table.keepingAtLeast(kMinimumRecurrence)), kMaxPhrases);
+std::vector<std::string> rankPhrases(const PhraseCounter& counter) {
+    return firstKeys(text::rankByCount(counter.atLeast(kMinimumRecurrence, kMaxPhrases)),
+                     kMaxPhrases);
 }
 
 std::vector<std::string> rankTopics(const CountingTable& herTally, const CountingTable& otherTally) {
@@ -212,13 +305,12 @@ std::vector<std::string> mineVocatives(const HerMessages& her) {
 }
 
 std::vector<std::string> minePhrases(const HerMessages& her) {
-    CountingTable table;
-    std::string scratch;
+    VocabularyCounting::PhraseCounter counter;
     for (const ChatMessage* message : her) {
         const std::string lower = text::lowercase(message->text);
-        VocabularyCounting::countPhrases(text::letterOrNumberRuns(lower), table, scratch);
+        counter.add(text::letterOrNumberRuns(lower));
     }
-    return VocabularyCounting::rankPhrases(table);
+    return VocabularyCounting::rankPhrases(counter);
 }
 
 std::vector<std::string> mineTopics(const HerMessages& her, const std::vector<ChatMessage>& all) {
@@ -228,7 +320,9 @@ std::vector<std::string> mineTopics(const HerMessages& her, const std::vector<Ch
 
 std::vector<std::string> minePeople(const HerMessages& her) {
     CountingTable table;
-    for (const ChatMessage* message : her) VocabularyCounting::countPeople(message->text, table);
+    for (const ChatMessage* message : her) {
+        VocabularyCounting::countPeople(text::spaceWords(message->text), table);
+    }
     return VocabularyCounting::rankPeople(table);
 }
 

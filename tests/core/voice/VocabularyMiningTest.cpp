@@ -1,9 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
+#include "text/TextRules.h"
 #include "voice/PersonaBuilder.h"
+#include "voice/VocabularyCounting.h"
 
 namespace lumenary {
 namespace {
@@ -79,6 +83,55 @@ TEST(VocabularyMining, PhrasesKeepOnlyTheEightMostRepeated) {
     ASSERT_EQ(phrases.size(), 8u);
     EXPECT_EQ(phrases.front(), "word9 again");
     EXPECT_EQ(phrases.back(), "word2 again");
+}
+
+// The phrase counter numbers tokens and counts in hash partitions; whatever it does, it must find
+// what plainly joining the tokens and counting the texts finds, in the same first-use order.
+TEST(VocabularyMining, PhraseCounterAgreesWithCountingTheJoinedTexts) {
+    // Words that glue to a neighbouring space (a Malayalam dot reph before it, a halfwidth sound
+    // mark after it) make a joined phrase shorter than its parts, and cafés take two bytes a letter.
+    const Strings vocabulary = {"ok", "da", "amma", "caf\u00E9", "\u0C2C\u0C3E\u0C17",
+                                "x\u0D4E", "\uFF9Ex", "9", "good", "night", "t"};
+    std::uint64_t seed = 12345;
+    auto next = [&seed](std::size_t bound) {
+        seed = seed * 6364136223846793005ull + 1442695040888963407ull;
+        return static_cast<std::size_t>((seed >> 33) % bound);
+    };
+    VocabularyCounting::PhraseCounter counter;
+    std::unordered_map<std::string, long long> expected;
+    Strings firstUse;
+    for (int message = 0; message < 3000; ++message) {
+        Strings tokens;
+        for (std::size_t n = next(7); n > 0; --n) tokens.push_back(vocabulary[next(vocabulary.size())]);
+        counter.add(std::vector<std::string_view>(tokens.begin(), tokens.end()));
+        for (std::size_t n = 2; n <= 3; ++n) {
+            for (std::size_t start = 0; start + n <= tokens.size(); ++start) {
+                std::string phrase = tokens[start];
+                for (std::size_t k = 1; k < n; ++k) phrase += " " + tokens[start + k];
+                if (text::characterCount(phrase) < 7) continue;
+                if (expected[phrase]++ == 0) firstUse.push_back(phrase);
+            }
+        }
+    }
+    using Counts = std::vector<std::pair<std::string, long long>>;
+    Counts all;
+    for (const auto& phrase : firstUse) all.emplace_back(phrase, expected[phrase]);
+    const CountingTable counted = counter.atLeast(1, all.size());
+    EXPECT_EQ(Counts(counted.begin(), counted.end()), all);
+
+    // Keeping only what can rank among the top 8 changes nothing in the top 8, ties included.
+    Counts frequent;
+    for (const auto& entry : all) {
+        if (entry.second >= 3) frequent.push_back(entry);
+    }
+    std::stable_sort(frequent.begin(), frequent.end(),
+                     [](const auto& a, const auto& b) { return a.second > b.second; });
+    ASSERT_GT(frequent.size(), 8u);
+    frequent.resize(8);
+    Counts shortlist = text::rankByCount(counter.atLeast(3, 8));
+    ASSERT_GE(shortlist.size(), 8u);
+    shortlist.resize(8);
+    EXPECT_EQ(shortlist, frequent);
 }
 
 TEST(VocabularyMining, TopicsFavourWordsOnlySheUses) {
