@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
+#include <numeric>
 
 #include "text/TextRules.h"
 
@@ -20,6 +22,63 @@ constexpr double kShortReplyFactor = 0.35;
 constexpr double kLongReplyFactor = 0.6;
 constexpr std::size_t kLongReplyWords = 60;
 
+// Queries of up to 64 distinct known tokens keep one bit per token for each candidate; subset
+// weight tables pay off up to 12 tokens (4096 sums).
+constexpr std::size_t kMaskBits = 64;
+constexpr std::size_t kSubsetTableBits = 12;
+// Ranks are walked in chunks whose token masks stay in the processor's fastest cache.
+constexpr std::size_t kChunkRanks = 4096;
+// Bounds are compared with a margin far above the rounding error of a few additions, so an
+// exchange is never skipped that could tie the results.
+constexpr double kBoundMargin = 1.0 + 1e-9;
+
+struct Hit {
+    double score;
+    std::uint32_t exchange;
+};
+
+// The best hits offered so far, at most `wanted`: higher score first and, on equal scores, the
+// earlier exchange first, which is the head of a stable sort by score.
+class BestHits {
+public:
+    explicit BestHits(std::size_t wanted) : wanted_(wanted) {
+        heap_.reserve(std::min(wanted, std::size_t{1024}));
+    }
+
+    bool full() const { return heap_.size() >= wanted_; }
+    /// The score of the worst hit kept; only when full().
+    double worstScore() const { return heap_.front().score; }
+
+    void offer(const Hit& hit) {
+        if (heap_.size() < wanted_) {
+            heap_.push_back(hit);
+            std::push_heap(heap_.begin(), heap_.end(), better);
+        } else if (better(hit, heap_.front())) {
+            std::pop_heap(heap_.begin(), heap_.end(), better);
+            heap_.back() = hit;
+            std::push_heap(heap_.begin(), heap_.end(), better);
+        }
+    }
+
+    std::vector<std::uint32_t> inOrder() && {
+        std::sort_heap(heap_.begin(), heap_.end(), better);
+        std::vector<std::uint32_t> exchanges;
+        exchanges.reserve(heap_.size());
+        for (const Hit& hit : heap_)
+            exchanges.push_back(hit.exchange);
+        return exchanges;
+    }
+
+private:
+    // The heap keeps its worst hit in front.
+    static bool better(const Hit& a, const Hit& b) {
+        return a.score != b.score ? a.score > b.score : a.exchange < b.exchange;
+    }
+
+    std::size_t wanted_;
+    std::vector<Hit> heap_;
+};
+
 bool isStopword(std::string_view run) {
     if (run.size() != 3 && run.size() != 4)
         return false;
@@ -30,14 +89,41 @@ bool isStopword(std::string_view run) {
 template <typename Keep>
 void forEachToken(std::string_view text, Keep&& keep) {
     thread_local std::string lowered;
-    thread_local std::vector<std::string_view> runs;
-    text::lowercase(text, lowered);
-    text::letterOrNumberRuns(lowered, runs);
-    for (const std::string_view run : runs) {
-        // Two characters need at least two bytes, so most one-letter runs stop at the first test.
-        if (run.size() >= 2 && !isStopword(run) && text::characterCount(run) >= 2)
+    const auto offer = [&](std::string_view run, bool ascii) {
+        // Two characters need at least two bytes, so most one-letter runs stop at the first test;
+        // in ASCII text every byte is a character (a run never holds "\r\n").
+        if (run.size() >= 2 && !isStopword(run) && (ascii || text::characterCount(run) >= 2)) {
             keep(run);
+        }
+    };
+    if (!text::isAscii(text)) {
+        thread_local std::vector<std::string_view> runs;
+        text::lowercase(text, lowered);
+        text::letterOrNumberRuns(lowered, runs);
+        for (const std::string_view run : runs)
+            offer(run, false);
+        return;
     }
+    // ASCII text, most of an archive, in one pass: its letters are A-Z and a-z, its numbers 0-9,
+    // and lowercasing sets bit 5 of A-Z (the tests hold this equal to the general rules).
+    lowered.resize(text.size());
+    std::size_t start = std::string_view::npos;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        auto c = static_cast<unsigned char>(text[i]);
+        c = static_cast<unsigned char>(c | (static_cast<unsigned char>(c - 'A') < 26 ? 0x20 : 0));
+        lowered[i] = static_cast<char>(c);
+        const bool member =
+            static_cast<unsigned char>(c - 'a') < 26 || static_cast<unsigned char>(c - '0') < 10;
+        if (member) {
+            if (start == std::string_view::npos)
+                start = i;
+        } else if (start != std::string_view::npos) {
+            offer(std::string_view(lowered).substr(start, i - start), true);
+            start = std::string_view::npos;
+        }
+    }
+    if (start != std::string_view::npos)
+        offer(std::string_view(lowered).substr(start), true);
 }
 
 }  // namespace
@@ -49,27 +135,35 @@ std::vector<std::string> RetrievalIndex::tokenize(std::string_view text) {
 }
 
 RetrievalIndex::RetrievalIndex(const std::vector<ChatMessage>& messages, const std::string& speaker)
-    : exchanges_(pairExchanges(messages, speaker)) {
-    const std::size_t count = exchanges_.size();
-    tokenCounts_.assign(count, 0);
-    damping_.assign(count, Damping::none);
+    : messages_(&messages) {
+    for (const ExchangePosition& position : pairExchangePositions(messages, speaker)) {
+        positions_.push_back({static_cast<std::uint32_t>(position.reply),
+                              position.prompt == ExchangePosition::none
+                                  ? noPrompt
+                                  : static_cast<std::uint32_t>(position.prompt)});
+    }
+    const std::size_t count = positions_.size();
 
     // First pass: the distinct token ids of every exchange, back to back, and document counts.
     std::vector<std::uint32_t> distinct;
     std::vector<std::size_t> distinctStarts(count + 1, 0);
     std::vector<std::uint32_t> documentCounts;
+    std::vector<std::uint32_t> tokenCounts(count, 0);
+    std::vector<Damping> damping(count, Damping::none);
     std::string joined;
     std::vector<std::uint32_t> ids;
     for (std::size_t i = 0; i < count; ++i) {
-        const Exchange& exchange = exchanges_[i];
+        const std::string& reply = messages[positions_[i].reply].text;
         // Prompt and reply are matched together, so a word the user wrote finds her answer.
-        joined.assign(exchange.prompt ? *exchange.prompt : std::string());
+        joined.clear();
+        if (positions_[i].prompt != noPrompt)
+            joined = messages[positions_[i].prompt].text;
         joined += ' ';
-        joined += exchange.reply.text;
+        joined += reply;
         ids.clear();
         forEachToken(joined,
                      [&](std::string_view token) { ids.push_back(tokenIds_.intern(token)); });
-        tokenCounts_[i] = static_cast<std::uint32_t>(ids.size());
+        tokenCounts[i] = static_cast<std::uint32_t>(ids.size());
 
         std::sort(ids.begin(), ids.end());
         ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
@@ -81,10 +175,10 @@ RetrievalIndex::RetrievalIndex(const std::vector<ChatMessage>& messages, const s
         distinct.insert(distinct.end(), ids.begin(), ids.end());
         distinctStarts[i + 1] = distinct.size();
 
-        const std::size_t words = text::spaceWordCount(exchange.reply.text);
-        damping_[i] = words < 2                 ? Damping::shortReply
-                      : words > kLongReplyWords ? Damping::longReply
-                                                : Damping::none;
+        const std::size_t words = text::spaceWordCount(reply);
+        damping[i] = words < 2                 ? Damping::shortReply
+                     : words > kLongReplyWords ? Damping::longReply
+                                               : Damping::none;
     }
 
     const double total = static_cast<double>(std::max<std::size_t>(count, 1));
@@ -95,87 +189,256 @@ RetrievalIndex::RetrievalIndex(const std::vector<ChatMessage>& messages, const s
         postingStarts_[id + 1] = postingStarts_[id] + documentCounts[id];
     }
 
-    // Second pass: the posting lists, filled in archive order so each comes out ascending.
+    // Rank the exchanges that have tokens by the most one unit of shared weight can score in them.
+    std::vector<double> ceilings(count, 0.0);
+    for (std::size_t i = 0; i < count; ++i) {
+        if (tokenCounts[i] == 0)
+            continue;
+        const double factor = damping[i] == Damping::shortReply  ? kShortReplyFactor
+                              : damping[i] == Damping::longReply ? kLongReplyFactor
+                                                                 : 1.0;
+        ceilings[i] = factor / std::sqrt(static_cast<double>(tokenCounts[i]));
+        exchangeAtRank_.push_back(static_cast<std::uint32_t>(i));
+    }
+    std::stable_sort(exchangeAtRank_.begin(), exchangeAtRank_.end(),
+                     [&](std::uint32_t a, std::uint32_t b) { return ceilings[a] > ceilings[b]; });
+    const std::size_t ranked = exchangeAtRank_.size();
+    ceiling_.resize(ranked);
+    rootTokenCount_.resize(ranked);
+    damping_.resize(ranked);
+    for (std::size_t rank = 0; rank < ranked; ++rank) {
+        const std::uint32_t i = exchangeAtRank_[rank];
+        ceiling_[rank] = ceilings[i];
+        rootTokenCount_[rank] = std::sqrt(static_cast<double>(tokenCounts[i]));
+        damping_[rank] = damping[i];
+    }
+
+    // Second pass: the posting lists, filled in rank order so each comes out ascending.
     postings_.resize(distinct.size());
     std::vector<std::uint32_t> cursor(postingStarts_.begin(), postingStarts_.end() - 1);
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t rank = 0; rank < ranked; ++rank) {
+        const std::uint32_t i = exchangeAtRank_[rank];
         for (std::size_t k = distinctStarts[i]; k < distinctStarts[i + 1]; ++k) {
-            postings_[cursor[distinct[k]]++] = static_cast<std::uint32_t>(i);
+            postings_[cursor[distinct[k]]++] = static_cast<std::uint32_t>(rank);
         }
     }
 }
 
+// The score of the exchange at `rank` whose distinct shared tokens weigh `sharedWeight`, in the
+// same operations and order as the plain definition, so equal inputs give bit-identical scores.
+double RetrievalIndex::score(double sharedWeight, std::uint32_t rank) const {
+    double s = sharedWeight;
+    if (damping_[rank] == Damping::shortReply)
+        s *= kShortReplyFactor;
+    if (damping_[rank] == Damping::longReply)
+        s *= kLongReplyFactor;
+    return s / rootTokenCount_[rank];
+}
+
 std::vector<Exchange> RetrievalIndex::search(std::string_view query, int limit) const {
-    if (limit <= 0 || exchanges_.empty())
+    if (limit <= 0 || exchangeAtRank_.empty())
         return {};
-    // The weights of shared tokens are summed in the order of the query's token set, so exchanges
-    // sharing the same tokens get bit-identical sums and tie exactly.
+    // The weights of shared tokens are summed in the order of the query's token set (by text), so
+    // exchanges sharing the same tokens get bit-identical sums and tie exactly.
     std::vector<std::string> queryTokens = tokenize(query);
     std::sort(queryTokens.begin(), queryTokens.end());
     queryTokens.erase(std::unique(queryTokens.begin(), queryTokens.end()), queryTokens.end());
-
-    // Only exchanges on the posting lists of the query's tokens are scored; scores_ is all zeros
-    // between searches, and every weight is positive, so a zero slot means "not touched yet".
-    scores_.resize(exchanges_.size(), 0.0);
-    touched_.clear();
+    std::vector<Term> terms;
     for (const std::string& token : queryTokens) {
-        const std::optional<std::uint32_t> id = tokenIds_.find(token);
-        if (!id)
-            continue;
-        const double weight = idf_[*id];
-        for (std::uint32_t k = postingStarts_[*id]; k < postingStarts_[*id + 1]; ++k) {
-            const std::uint32_t exchange = postings_[k];
-            if (scores_[exchange] == 0)
-                touched_.push_back(exchange);
-            scores_[exchange] += weight;
+        if (const std::optional<std::uint32_t> id = tokenIds_.find(token)) {
+            terms.push_back({*id, idf_[*id]});
         }
     }
+    if (terms.empty())
+        return {};
 
-    // The best `limit` by score, earlier exchange first on equal scores: the head of a stable sort.
-    struct Hit {
-        double score;
-        std::uint32_t exchange;
-    };
-    const auto better = [](const Hit& a, const Hit& b) {
-        return a.score != b.score ? a.score > b.score : a.exchange < b.exchange;
-    };
-    const std::size_t wanted = std::min(static_cast<std::size_t>(limit), touched_.size());
-    std::vector<Hit> best;  // a heap whose front is the worst hit kept
-    best.reserve(wanted);
-    for (const std::uint32_t exchange : touched_) {
-        double score = scores_[exchange];
-        scores_[exchange] = 0;
-        if (damping_[exchange] == Damping::shortReply)
-            score *= kShortReplyFactor;
-        if (damping_[exchange] == Damping::longReply)
-            score *= kLongReplyFactor;
-        score /= std::sqrt(static_cast<double>(tokenCounts_[exchange]));
-        const Hit hit{score, exchange};
-        if (best.size() < wanted) {
-            best.push_back(hit);
-            std::push_heap(best.begin(), best.end(), better);
-        } else if (better(hit, best.front())) {
-            std::pop_heap(best.begin(), best.end(), better);
-            best.back() = hit;
-            std::push_heap(best.begin(), best.end(), better);
-        }
-    }
-    std::sort_heap(best.begin(), best.end(), better);
-
+    const auto wanted = static_cast<std::size_t>(limit);
+    const std::vector<std::uint32_t> best =
+        terms.size() <= kMaskBits ? bestByChunks(terms, wanted) : bestByAccumulation(terms, wanted);
     std::vector<Exchange> found;
     found.reserve(best.size());
-    for (const Hit& hit : best)
-        found.push_back(exchanges_[hit.exchange]);
+    for (const std::uint32_t i : best) {
+        found.push_back(exchange(i));
+    }
     return found;
+}
+
+// Walks the ranks in chunks, most promising first. In each chunk only the posting lists of the
+// "heavy" query tokens find candidates; the lightest tokens, which together cannot lift an
+// exchange that has nothing else into the results, are only looked up for those candidates. Once
+// every token is light the search stops: no later exchange can reach the results. Every
+// candidate is scored exactly, from the full set of query tokens it holds.
+std::vector<std::uint32_t> RetrievalIndex::bestByChunks(const std::vector<Term>& terms,
+                                                        std::size_t wanted) const {
+    const std::size_t m = terms.size();
+
+    // Shared weights of every subset of the query's tokens, for queries short enough: adding the
+    // highest-numbered token last is exactly what summing over the tokens in order does.
+    std::vector<double> subsetWeights;
+    if (m <= kSubsetTableBits) {
+        subsetWeights.assign(std::size_t{1} << m, 0.0);
+        for (std::uint64_t mask = 1; mask < subsetWeights.size(); ++mask) {
+            const int top = 63 - std::countl_zero(mask);
+            subsetWeights[mask] =
+                subsetWeights[mask & ~(std::uint64_t{1} << top)] + terms[top].weight;
+        }
+    }
+    const auto sharedWeight = [&](std::uint64_t mask) {
+        if (!subsetWeights.empty())
+            return subsetWeights[mask];
+        double sum = 0;
+        for (std::size_t j = 0; j < m; ++j) {
+            if (mask >> j & 1)
+                sum += terms[j].weight;
+        }
+        return sum;
+    };
+
+    // An exchange whose shared tokens are all among the q lightest scores at most
+    // min(lightSum[q] * its ceiling, spread[q]): it holds c <= q of them, so at least c tokens,
+    // and scores at most their weight over sqrt(c).
+    std::vector<std::size_t> byWeight(m);
+    std::iota(byWeight.begin(), byWeight.end(), std::size_t{0});
+    std::stable_sort(byWeight.begin(), byWeight.end(), [&](std::size_t a, std::size_t b) {
+        return terms[a].weight < terms[b].weight;
+    });
+    std::vector<double> lightSum(m + 1, 0.0), spread(m + 1, 0.0);
+    for (std::size_t q = 1; q <= m; ++q) {
+        lightSum[q] = lightSum[q - 1] + terms[byWeight[q - 1]].weight;
+        double heaviest = 0;
+        for (std::size_t c = 1; c <= q; ++c) {
+            heaviest += terms[byWeight[q - c]].weight;
+            spread[q] = std::max(spread[q], heaviest / std::sqrt(static_cast<double>(c)));
+        }
+    }
+
+    BestHits best(wanted);
+    std::vector<std::uint32_t> cursor(m), end(m);
+    for (std::size_t j = 0; j < m; ++j) {
+        cursor[j] = postingStarts_[terms[j].id];
+        end[j] = postingStarts_[terms[j].id + 1];
+    }
+    if (masks_.size() < kChunkRanks)
+        masks_.resize(kChunkRanks, 0);
+    const std::size_t ranked = exchangeAtRank_.size();
+    for (std::size_t start = 0; start < ranked; start += kChunkRanks) {
+        const std::size_t stop = std::min(start + kChunkRanks, ranked);
+        std::size_t light = 0;
+        if (best.full()) {
+            const double bar = best.worstScore();
+            while (light < m && std::min(lightSum[light + 1] * ceiling_[start], spread[light + 1]) *
+                                        kBoundMargin <
+                                    bar) {
+                ++light;
+            }
+            if (light == m)
+                break;
+        }
+
+        // Candidates are collected without a branch per posting: most postings of a long list
+        // land on an exchange already seen, in no predictable pattern.
+        touched_.resize(stop - start);
+        std::size_t touchedCount = 0;
+        for (std::size_t e = light; e < m; ++e) {
+            const std::size_t j = byWeight[e];
+            const std::uint64_t bit = std::uint64_t{1} << j;
+            std::uint32_t k = cursor[j];
+            for (; k < end[j] && postings_[k] < stop; ++k) {
+                std::uint64_t& mask = masks_[postings_[k] - start];
+                touched_[touchedCount] = postings_[k];
+                touchedCount += mask == 0 ? 1 : 0;
+                mask |= bit;
+            }
+            cursor[j] = k;
+        }
+        touched_.resize(touchedCount);
+        for (std::size_t e = 0; e < light; ++e) {
+            const std::size_t j = byWeight[e];
+            const std::uint64_t bit = std::uint64_t{1} << j;
+            const std::uint32_t* first = postings_.data() + cursor[j];
+            const std::uint32_t* last = std::lower_bound(first, postings_.data() + end[j],
+                                                         static_cast<std::uint32_t>(stop));
+            // Reading the chunk's postings costs their number; looking each candidate up costs a
+            // logarithm of it. Take the cheaper.
+            if (static_cast<std::size_t>(last - first) <= touched_.size() * 8) {
+                for (const std::uint32_t* p = first; p != last; ++p) {
+                    std::uint64_t& mask = masks_[*p - start];
+                    if (mask != 0)
+                        mask |= bit;
+                }
+            } else {
+                for (const std::uint32_t rank : touched_) {
+                    if (std::binary_search(first, last, rank))
+                        masks_[rank - start] |= bit;
+                }
+            }
+            cursor[j] = static_cast<std::uint32_t>(last - postings_.data());
+        }
+
+        for (const std::uint32_t rank : touched_) {
+            std::uint64_t& mask = masks_[rank - start];
+            const double weight = sharedWeight(mask);
+            mask = 0;
+            // Most candidates fall short of the results; a multiplication with a margin tells.
+            if (best.full() && weight * ceiling_[rank] * kBoundMargin < best.worstScore()) {
+                continue;
+            }
+            best.offer({score(weight, rank), exchangeAtRank_[rank]});
+        }
+    }
+    return std::move(best).inOrder();
+}
+
+// Adds every query token's weight to every exchange holding it, in the query's token order.
+std::vector<std::uint32_t> RetrievalIndex::bestByAccumulation(const std::vector<Term>& terms,
+                                                              std::size_t wanted) const {
+    // Every weight is positive, so a zero slot means "not touched yet"; slots go back to zero.
+    scores_.resize(exchangeAtRank_.size(), 0.0);
+    touched_.clear();
+    for (const Term& term : terms) {
+        for (std::uint32_t k = postingStarts_[term.id]; k < postingStarts_[term.id + 1]; ++k) {
+            const std::uint32_t rank = postings_[k];
+            if (scores_[rank] == 0)
+                touched_.push_back(rank);
+            scores_[rank] += term.weight;
+        }
+    }
+    BestHits best(wanted);
+    for (const std::uint32_t rank : touched_) {
+        best.offer({score(scores_[rank], rank), exchangeAtRank_[rank]});
+        scores_[rank] = 0;
+    }
+    return std::move(best).inOrder();
+}
+
+Exchange RetrievalIndex::exchange(std::size_t i) const {
+    const Position& position = positions_[i];
+    Exchange copy;
+    copy.reply = (*messages_)[position.reply];
+    if (position.prompt != noPrompt)
+        copy.prompt = (*messages_)[position.prompt].text;
+    return copy;
+}
+
+const std::vector<Exchange>& RetrievalIndex::exchanges() const {
+    if (!exchangesCopied_) {
+        exchanges_.reserve(positions_.size());
+        for (std::size_t i = 0; i < positions_.size(); ++i) {
+            exchanges_.push_back(exchange(i));
+        }
+        exchangesCopied_ = true;
+    }
+    return exchanges_;
 }
 
 std::vector<ChatMessage> RetrievalIndex::onThisDay(Timestamp date) const {
     const CivilTime today = LocalTime::civil(date);
     std::vector<ChatMessage> found;
-    for (const Exchange& exchange : exchanges_) {
-        const CivilTime written = LocalTime::civil(exchange.reply.date);
+    for (const Position& position : positions_) {
+        const ChatMessage& reply = (*messages_)[position.reply];
+        const CivilTime written = LocalTime::civil(reply.date);
         if (written.day == today.day && written.month == today.month && written.year < today.year) {
-            found.push_back(exchange.reply);
+            found.push_back(reply);
         }
     }
     return found;

@@ -3,7 +3,9 @@
 #include <unicode/uchar.h>
 #include <unicode/ustring.h>
 
+#include <algorithm>
 #include <array>
+#include <bit>
 #include <climits>
 #include <cstdint>
 #include <cstring>
@@ -119,15 +121,19 @@ void collectRunsAscii(std::string_view s, std::uint8_t wanted, std::vector<std::
     // "\r" and "\n" are neither letters nor numbers, so their pairing never matters here.
     out.clear();
     const auto& classes = asciiClasses();
+    const auto member = [&](char c) { return classes[static_cast<unsigned char>(c)] & wanted; };
     std::size_t i = 0;
     while (i < s.size()) {
-        while (i < s.size() && !(classes[static_cast<unsigned char>(s[i])] & wanted))
+        while (i < s.size() && !member(s[i])) {
             ++i;
+        }
         const std::size_t start = i;
-        while (i < s.size() && (classes[static_cast<unsigned char>(s[i])] & wanted))
+        while (i < s.size() && member(s[i])) {
             ++i;
-        if (i > start)
+        }
+        if (i > start) {
             out.push_back(s.substr(start, i - start));
+        }
     }
 }
 
@@ -143,9 +149,11 @@ void runs(std::string_view s, std::uint8_t wanted, std::vector<std::string_view>
 
 void lowercaseAscii(std::string_view s, std::string& out) {
     out.resize(s.size());
+    // Without branches, so the compiler can vectorise it: set bit 5 of "A" to "Z".
     for (std::size_t i = 0; i < s.size(); ++i) {
-        const char c = s[i];
-        out[i] = (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+        const auto c = static_cast<unsigned char>(s[i]);
+        const bool upper = static_cast<unsigned char>(c - 'A') < 26;
+        out[i] = static_cast<char>(c | (static_cast<unsigned char>(upper) << 5));
     }
 }
 
@@ -335,15 +343,15 @@ void spaceWords(std::string_view s, std::vector<std::string_view>& words) {
 }
 
 std::size_t spaceWordCount(std::string_view s) {
+    // A word starts at every byte that is not a space and follows a space (or the start). Written
+    // without branches so the compiler can vectorise it: this runs over every message, often
+    // several times.
     std::size_t count = 0;
-    bool inWord = false;
+    unsigned char previous = ' ';
     for (const char c : s) {
-        if (c == ' ') {
-            inWord = false;
-        } else if (!inWord) {
-            inWord = true;
-            ++count;
-        }
+        const auto byte = static_cast<unsigned char>(c);
+        count += static_cast<std::size_t>((byte != ' ') & (previous == ' '));
+        previous = byte;
     }
     return count;
 }

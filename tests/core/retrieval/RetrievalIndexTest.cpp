@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "retrieval/RetrievalIndex.h"
+#include "text/TextRules.h"
 
 namespace lumenary {
 namespace {
@@ -55,21 +56,53 @@ TEST(RetrievalIndex, TokensAreLowercasedRunsOfTwoCharactersOrMoreWithoutStopword
                                         "\u0C05\u0C2E\u0C4D\u0C2E"}));
 }
 
+// ASCII text is tokenized in one pass of its own; it must agree with the shared text rules.
+TEST(RetrievalIndex, TokensFollowTheSharedTextRulesOnAnyText) {
+    const std::vector<std::string> pieces = {
+        "Rice",       "a",   "ZZ",   "09",
+        " ",          "!",   "'",    "\r\n",
+        "\t",         "the", "WITH", "\u00C9t\u00E9",
+        "\U0001F64F", "@",   "_",    "[",
+        "`",          "{",   "\x7F", "\u0C05\u0C2E\u0C4D\u0C2E"};
+    std::mt19937 random(5);
+    std::uniform_int_distribution<std::size_t> pick(0, pieces.size() - 1);
+    std::uniform_int_distribution<int> length(0, 10);
+    for (int n = 0; n < 5000; ++n) {
+        std::string s;
+        for (int i = length(random); i > 0; --i)
+            s += pieces[pick(random)];
+        std::vector<std::string> expected;
+        const std::string lowered = text::lowercase(s);
+        for (const std::string_view run : text::letterOrNumberRuns(lowered)) {
+            const std::string token(run);
+            const bool stopword = token == "the" || token == "with";
+            if (text::characterCount(run) >= 2 && !stopword)
+                expected.push_back(token);
+        }
+        ASSERT_EQ(RetrievalIndex::tokenize(s), expected) << s;
+    }
+}
+
 TEST(RetrievalIndex, EmptyIndexFindsNothing) {
     EXPECT_TRUE(RetrievalIndex().search("rice", 6).empty());
-    const RetrievalIndex withoutHer({{"1", "Ravi", "rice", 0}}, kHer);
+    const std::vector<ChatMessage> hisOnly = {{"1", "Ravi", "rice", 0}};
+    const RetrievalIndex withoutHer(hisOnly, kHer);
+    EXPECT_EQ(withoutHer.exchangeCount(), 0u);
     EXPECT_TRUE(withoutHer.exchanges().empty());
     EXPECT_TRUE(withoutHer.search("rice", 6).empty());
     EXPECT_TRUE(withoutHer.onThisDay(0).empty());
 }
 
 TEST(RetrievalIndex, SearchMatchesPromptsAndRepliesAndNeedsARealToken) {
-    const RetrievalIndex index(conversation({
-                                   {"ate rice?", "yes kanna"},
-                                   {"going out", "take an umbrella"},
-                               }),
-                               kHer);
-    ASSERT_EQ(index.exchanges().size(), 2u);
+    const std::vector<ChatMessage> archive = conversation({
+        {"ate rice?", "yes kanna"},
+        {"going out", "take an umbrella"},
+    });
+    const RetrievalIndex index(archive, kHer);
+    ASSERT_EQ(index.exchangeCount(), 2u);
+    EXPECT_EQ(index.exchange(0).prompt, "ate rice?");
+    EXPECT_EQ(index.exchange(1).reply, archive[3]);
+    EXPECT_EQ(index.exchanges(), pairExchanges(archive, kHer));
     EXPECT_EQ(replies(index.search("did you eat rice", 6)),
               (std::vector<std::string>{"yes kanna"}));
     EXPECT_EQ(replies(index.search("Umbrella!", 6)),
@@ -81,13 +114,13 @@ TEST(RetrievalIndex, SearchMatchesPromptsAndRepliesAndNeedsARealToken) {
 }
 
 TEST(RetrievalIndex, WeightsAreLnOfExchangesOverDocumentFrequencyPlusOne) {
-    const RetrievalIndex index(conversation({
-                                   {"", "rice rice rice"},
-                                   {"", "rice dal"},
-                                   {"", "rice curd"},
-                                   {"", "rice dal curd sambar"},
-                               }),
-                               kHer);
+    const std::vector<ChatMessage> archive = conversation({
+        {"", "rice rice rice"},
+        {"", "rice dal"},
+        {"", "rice curd"},
+        {"", "rice dal curd sambar"},
+    });
+    const RetrievalIndex index(archive, kHer);
     EXPECT_DOUBLE_EQ(*index.weight("rice"), std::log(2.0));  // in every exchange: still counts
     EXPECT_DOUBLE_EQ(*index.weight("dal"), std::log(3.0));
     EXPECT_DOUBLE_EQ(*index.weight("sambar"), std::log(5.0));
@@ -102,13 +135,17 @@ TEST(RetrievalIndex, OneWordAndVeryLongRepliesAreDamped) {
     const std::string sixtyOneWords = sixtyWords + " x";
 
     // Undamped, one token shared among one scores ln(N/df + 1) / 1 and beats / sqrt(2).
-    const RetrievalIndex shortReply(conversation({{"", "rice"}, {"", "rice rice"}}), kHer);
+    const std::vector<ChatMessage> oneWord = conversation({{"", "rice"}, {"", "rice rice"}});
+    const RetrievalIndex shortReply(oneWord, kHer);
     EXPECT_EQ(replies(shortReply.search("rice", 6)),
               (std::vector<std::string>{"rice rice", "rice"}));
 
-    const RetrievalIndex sixty(conversation({{"", "rice ok"}, {"", sixtyWords}}), kHer);
+    const std::vector<ChatMessage> sixtyArchive = conversation({{"", "rice ok"}, {"", sixtyWords}});
+    const RetrievalIndex sixty(sixtyArchive, kHer);
     EXPECT_EQ(replies(sixty.search("rice", 1)), (std::vector<std::string>{sixtyWords}));
-    const RetrievalIndex sixtyOne(conversation({{"", "rice ok"}, {"", sixtyOneWords}}), kHer);
+    const std::vector<ChatMessage> sixtyOneArchive =
+        conversation({{"", "rice ok"}, {"", sixtyOneWords}});
+    const RetrievalIndex sixtyOne(sixtyOneArchive, kHer);
     EXPECT_EQ(replies(sixtyOne.search("rice", 1)), (std::vector<std::string>{"rice ok"}));
 }
 
@@ -149,17 +186,18 @@ TEST(RetrievalIndex, OnThisDayGivesEarlierYearsOnlyIncludingLeapDays) {
     EXPECT_TRUE(index.onThisDay(at(2016, 2, 29, 12)).empty());
 }
 
-// The index answers with posting lists and integer token ids; this is the algorithm as plainly
-// written, to compare against. Weights are summed in the order of the query's token set.
+// The index ranks exchanges, walks them in chunks and stops early; this is the algorithm as
+// plainly written, to compare against: score every exchange, sort stably, cut. Weights are added
+// in the order of the query's token set, exchange by exchange.
 class ReferenceSearch {
 public:
     explicit ReferenceSearch(const std::vector<Exchange>& exchanges) : exchanges_(exchanges) {
-        for (const auto& exchange : exchanges) {
-            tokens_.push_back(
-                RetrievalIndex::tokenize(exchange.prompt.value_or("") + " " + exchange.reply.text));
-            for (const auto& token :
-                 std::set<std::string>(tokens_.back().begin(), tokens_.back().end())) {
-                ++documentFrequency_[token];
+        for (std::size_t i = 0; i < exchanges.size(); ++i) {
+            const std::vector<std::string> tokens = RetrievalIndex::tokenize(
+                exchanges[i].prompt.value_or("") + " " + exchanges[i].reply.text);
+            tokenCounts_.push_back(tokens.size());
+            for (const auto& token : std::set<std::string>(tokens.begin(), tokens.end())) {
+                holders_[token].push_back(i);
             }
         }
     }
@@ -167,31 +205,34 @@ public:
     std::vector<std::string> search(const std::string& query, int limit) const {
         const double total = static_cast<double>(std::max<std::size_t>(exchanges_.size(), 1));
         const std::vector<std::string> queryTokens = RetrievalIndex::tokenize(query);
-        const std::set<std::string> wanted(queryTokens.begin(), queryTokens.end());
+        std::vector<double> shared(exchanges_.size(), 0.0);
+        for (const auto& token : std::set<std::string>(queryTokens.begin(), queryTokens.end())) {
+            const auto holders = holders_.find(token);
+            if (holders == holders_.end())
+                continue;
+            const double weight = std::log(total / static_cast<double>(holders->second.size()) + 1);
+            for (const std::size_t i : holders->second)
+                shared[i] += weight;
+        }
         std::vector<std::pair<std::size_t, double>> kept;
         for (std::size_t i = 0; i < exchanges_.size(); ++i) {
-            if (tokens_[i].empty())
-                continue;
-            double s = 0;
-            for (const auto& token : wanted) {
-                if (std::find(tokens_[i].begin(), tokens_[i].end(), token) != tokens_[i].end())
-                    s += std::log(total / documentFrequency_.at(token) + 1);
-            }
-            if (s <= 0)
+            double s = shared[i];
+            if (tokenCounts_[i] == 0 || s <= 0)
                 continue;
             const std::size_t words = spaceWords(exchanges_[i].reply.text);
             if (words < 2)
                 s *= 0.35;
             if (words > 60)
                 s *= 0.6;
-            s /= std::sqrt(static_cast<double>(tokens_[i].size()));
+            s /= std::sqrt(static_cast<double>(tokenCounts_[i]));
             kept.emplace_back(i, s);
         }
         std::stable_sort(kept.begin(), kept.end(),
                          [](const auto& a, const auto& b) { return a.second > b.second; });
         std::vector<std::string> ids;
-        for (std::size_t k = 0; k < kept.size() && static_cast<int>(k) < limit; ++k)
+        for (std::size_t k = 0; k < kept.size() && static_cast<int>(k) < limit; ++k) {
             ids.push_back(exchanges_[kept[k].first].id());
+        }
         return ids;
     }
 
@@ -206,14 +247,16 @@ private:
     }
 
     const std::vector<Exchange>& exchanges_;
-    std::vector<std::vector<std::string>> tokens_;
-    std::map<std::string, int> documentFrequency_;
+    std::vector<std::size_t> tokenCounts_;
+    std::map<std::string, std::vector<std::size_t>> holders_;
 };
 
 TEST(RetrievalIndex, SearchEqualsThePlainAlgorithmOnAGeneratedArchive) {
-    // A small vocabulary and short messages give many exact ties; some replies are one word, some
-    // over 60, some have only stopwords, and some prompts are too old to count.
-    const std::vector<std::string> vocabulary = {
+    // A small common vocabulary and short messages give many exact ties; rarer words spread the
+    // scores so a search can stop early. Some replies are one word, some over 60, some have only
+    // stopwords, and some prompts are too old to count. The archive spans several chunks of the
+    // index's walk, and some queries hold more distinct tokens than its bit masks.
+    const std::vector<std::string> common = {
         "rice",       "dal",   "ok",       "kanna",
         "eat",        "sleep", "office",   "the",
         "you",        "a",     "amma",     "Rice",
@@ -221,31 +264,34 @@ TEST(RetrievalIndex, SearchEqualsThePlainAlgorithmOnAGeneratedArchive) {
         "\U0001F64F", "2day",
     };
     std::mt19937 random(42);
-    std::uniform_int_distribution<std::size_t> word(0, vocabulary.size() - 1);
-    std::uniform_int_distribution<int> shortLength(1, 5), coin(0, 9);
+    std::uniform_int_distribution<std::size_t> commonWord(0, common.size() - 1);
+    std::uniform_int_distribution<int> rareWord(0, 199), shortLength(1, 6), percent(0, 99);
     auto sentence = [&](int words) {
         std::string text;
-        for (int i = 0; i < words; ++i)
+        for (int i = 0; i < words; ++i) {
             if (i > 0)
                 text += ' ';
-        text += vocabulary[word(random)];
+            text +=
+                percent(random) < 15 ? numbered("r", rareWord(random)) : common[commonWord(random)];
+        }
         return text;
     };
     std::vector<ChatMessage> archive;
     Timestamp at = 1'500'000'000;
-    for (int i = 0; i < 3000; ++i) {
-        const bool hers = coin(random) < 6;
-        const int words = coin(random) == 0 ? 61 + coin(random) : shortLength(random);
+    for (int i = 0; i < 24'000; ++i) {
+        const bool hers = percent(random) < 60;
+        const int words = percent(random) < 5 ? 61 + percent(random) % 3 : shortLength(random);
         archive.push_back({std::to_string(i), hers ? kHer : "Ravi", sentence(words), at});
-        at += coin(random) == 0 ? 30'000 : 120;
+        at += percent(random) < 10 ? 30'000 : 120;
     }
     const RetrievalIndex index(archive, kHer);
-    ASSERT_GT(index.exchanges().size(), 1000u);
+    ASSERT_GT(index.exchanges().size(), 12'000u);  // three chunks and more
     const ReferenceSearch reference(index.exchanges());
 
-    for (int q = 0; q < 300; ++q) {
-        const std::string query = sentence(shortLength(random));
-        for (const int limit : {1, 6, 100000}) {
+    for (int q = 0; q < 60; ++q) {
+        // Mostly short queries; every tenth holds about 80 distinct rare words.
+        const std::string query = q % 10 == 9 ? sentence(400) : sentence(shortLength(random));
+        for (const int limit : {1, 6, 100'000}) {
             std::vector<std::string> ids;
             for (const auto& exchange : index.search(query, limit))
                 ids.push_back(exchange.id());

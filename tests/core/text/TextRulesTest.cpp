@@ -185,6 +185,7 @@ TEST(TextRules, AsciiFastPathEqualsTheGeneralPath) {
         ASSERT_EQ(lowercase(s), general::lowercase(s)) << s;
         ASSERT_EQ(trimPunctuation(s), general::trimPunctuation(s)) << s;
         ASSERT_EQ(trimWhitespace(s), general::trimWhitespace(s)) << s;
+        ASSERT_EQ(spaceWordCount(s), spaceWords(s).size()) << s;
         ASSERT_FALSE(containsEmoji(s));
     }
     EXPECT_FALSE(isAscii("caf\u00E9"));
