@@ -1,9 +1,11 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "text/TextRules.h"
@@ -35,6 +37,10 @@ std::uint64_t hashOf(std::uint32_t first, std::uint32_t second, std::uint32_t th
     return mix(((std::uint64_t{first} << 32) | second) ^ mix(third));
 }
 
+std::size_t shortSlotOf(std::uint64_t packed, std::size_t slots) {
+    return static_cast<std::size_t>(mix(packed)) & (slots - 1);
+}
+
 std::size_t partitionOf(std::uint64_t hash) {
     return static_cast<std::size_t>(hash >> (64 - kPartitionBits));
 }
@@ -43,24 +49,53 @@ std::size_t partitionOf(std::uint64_t hash) {
 
 PhraseCounter::PhraseCounter() : partitions_(kPartitions) {}
 
+std::uint32_t PhraseCounter::tokenNumber(std::string_view token) {
+    constexpr std::size_t kShort = sizeof(std::uint64_t);
+    if (token.empty() || token.size() > kShort) {
+        const std::size_t entry = longTokens_.add(token);
+        if (entry == longTokenNumbers_.size()) longTokenNumbers_.push_back(newToken(token));
+        return longTokenNumbers_[entry];
+    }
+    std::uint64_t packed = 0;
+    std::memcpy(&packed, token.data(), token.size());
+    const auto size = static_cast<std::uint32_t>(token.size());
+    if ((tokenTexts_.size() + 1) * 2 > shortTokens_.size()) {
+        std::vector<ShortToken> bigger(std::max<std::size_t>(64, shortTokens_.size() * 2));
+        for (const ShortToken& old : shortTokens_) {
+            if (old.size == 0) continue;
+            std::size_t slot = shortSlotOf(old.packed, bigger.size());
+            while (bigger[slot].size != 0) slot = (slot + 1) & (bigger.size() - 1);
+            bigger[slot] = old;
+        }
+        shortTokens_ = std::move(bigger);
+    }
+    const std::size_t mask = shortTokens_.size() - 1;
+    std::size_t slot = shortSlotOf(packed, shortTokens_.size());
+    for (; shortTokens_[slot].size != 0; slot = (slot + 1) & mask) {
+        if (shortTokens_[slot].packed == packed && shortTokens_[slot].size == size) {
+            return shortTokens_[slot].number;
+        }
+    }
+    shortTokens_[slot] = ShortToken{packed, size, newToken(token)};
+    return shortTokens_[slot].number;
+}
+
 // A token joins cleanly when putting a space on either side of it adds exactly one character:
 // true for all ASCII, false for the rare letter that glues to a neighbouring space (a Malayalam
 // dot reph before it, a halfwidth sound mark after it). Only phrases with such a token need their
 // joined text measured.
-std::uint32_t PhraseCounter::tokenNumber(std::string_view token) {
-    const std::size_t number = tokens_.add(token);
-    if (number == tokenInfo_.size()) {
-        const std::size_t characters = text::characterCount(token);
-        bool clean = text::isAscii(token);
-        if (!clean) {
-            const std::string spacedBefore = " " + std::string(token);
-            const std::string spacedAfter = std::string(token) + " ";
-            clean = text::characterCount(spacedBefore) == characters + 1 &&
-                    text::characterCount(spacedAfter) == characters + 1;
-        }
-        tokenInfo_.push_back(Token{characters, clean});
+std::uint32_t PhraseCounter::newToken(std::string_view token) {
+    const std::size_t characters = text::characterCount(token);
+    bool clean = text::isAscii(token);
+    if (!clean) {
+        const std::string spacedBefore = " " + std::string(token);
+        const std::string spacedAfter = std::string(token) + " ";
+        clean = text::characterCount(spacedBefore) == characters + 1 &&
+                text::characterCount(spacedAfter) == characters + 1;
     }
-    return static_cast<std::uint32_t>(number);
+    tokenTexts_.emplace_back(token);
+    tokenInfo_.push_back(Token{characters, clean});
+    return static_cast<std::uint32_t>(tokenTexts_.size() - 1);
 }
 
 std::size_t PhraseCounter::phraseCharacters(const std::uint32_t* numbers, std::size_t n) {
@@ -74,7 +109,7 @@ std::size_t PhraseCounter::phraseCharacters(const std::uint32_t* numbers, std::s
     scratch_.clear();
     for (std::size_t k = 0; k < n; ++k) {
         if (k > 0) scratch_ += ' ';
-        scratch_ += tokens_[numbers[k]].first;
+        scratch_ += tokenTexts_[numbers[k]];
     }
     return text::characterCount(scratch_);
 }
@@ -159,8 +194,8 @@ CountingTable PhraseCounter::atLeast(long long minimum, std::size_t mostFrequent
     std::string text;
     for (const Distinct& phrase : kept) {
         const Occurrence& o = phrase.firstUse;
-        text = tokens_[o.first - 1].first + ' ' + tokens_[o.second - 1].first;
-        if (o.third != 0) text += ' ' + tokens_[o.third - 1].first;
+        text = tokenTexts_[o.first - 1] + ' ' + tokenTexts_[o.second - 1];
+        if (o.third != 0) text += ' ' + tokenTexts_[o.third - 1];
         phrases.add(text, phrase.count);
     }
     return phrases;

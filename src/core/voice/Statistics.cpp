@@ -106,26 +106,46 @@ const std::array<AsciiFacts, 128>& asciiFacts() {
 CodePointScan scanCodePoints(std::string_view s, CountingTable& emoji,
                              std::array<bool, kScriptRanges.size() + 1>& scriptsSeen) {
     const auto& ascii = asciiFacts();
+    static const bool asciiHoldsEmoji =
+        std::any_of(ascii.begin(), ascii.end(), [](const AsciiFacts& f) { return f.emoji; });
+    static const std::vector<std::size_t> asciiScripts = [&ascii] {
+        std::vector<std::size_t> scripts;
+        for (const AsciiFacts& f : ascii) {
+            if (std::find(scripts.begin(), scripts.end(), f.script) == scripts.end()) {
+                scripts.push_back(f.script);
+            }
+        }
+        return scripts;
+    }();
+    // Once every script an ASCII character can show has been seen, ASCII text has nothing more
+    // to tell, and the walk only looks for the next non-ASCII byte.
+    const bool asciiSettled =
+        !asciiHoldsEmoji && std::all_of(asciiScripts.begin(), asciiScripts.end(),
+                                        [&](std::size_t script) { return scriptsSeen[script]; });
     CodePointScan scan;
     const auto* bytes = reinterpret_cast<const uint8_t*>(s.data());
     const auto length = static_cast<int32_t>(s.size());
     int32_t i = 0;
     while (i < length) {
-        const int32_t start = i;
-        bool isEmoji = false;
         if (bytes[i] < 0x80) {
-            const AsciiFacts& facts = ascii[bytes[i++]];
-            isEmoji = facts.emoji;
-            scriptsSeen[facts.script] = true;
-        } else {
-            scan.ascii = false;
-            UChar32 c = 0;
-            U8_NEXT(bytes, i, length, c);
-            const auto codePoint = static_cast<char32_t>(c < 0 ? 0xFFFD : c);
-            isEmoji = text::isEmojiCodePoint(codePoint);
-            scriptsSeen[scriptOf(codePoint)] = true;
+            if (!asciiSettled) {
+                const AsciiFacts& facts = ascii[bytes[i]];
+                scriptsSeen[facts.script] = true;
+                if (facts.emoji) {
+                    emoji.add(s.substr(static_cast<std::size_t>(i), 1));
+                    scan.emoji = true;
+                }
+            }
+            ++i;
+            continue;
         }
-        if (isEmoji) {
+        scan.ascii = false;
+        const int32_t start = i;
+        UChar32 c = 0;
+        U8_NEXT(bytes, i, length, c);
+        const auto codePoint = static_cast<char32_t>(c < 0 ? 0xFFFD : c);
+        scriptsSeen[scriptOf(codePoint)] = true;
+        if (text::isEmojiCodePoint(codePoint)) {
             // A valid code point's text is its own bytes.
             emoji.add(s.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(i - start)));
             scan.emoji = true;

@@ -44,11 +44,22 @@ private:
         std::uint32_t ordinal;               // position among all occurrences, for the order
     };
 
+    // Most tokens fit in eight bytes and are looked up as one integer; longer ones by text.
+    struct ShortToken {
+        std::uint64_t packed = 0;
+        std::uint32_t size = 0;  // 0 marks an empty slot
+        std::uint32_t number = 0;
+    };
+
     std::uint32_t tokenNumber(std::string_view token);
+    std::uint32_t newToken(std::string_view token);
     std::size_t phraseCharacters(const std::uint32_t* numbers, std::size_t n);
 
-    CountingTable tokens_;
-    std::vector<Token> tokenInfo_;
+    std::vector<ShortToken> shortTokens_;
+    CountingTable longTokens_;
+    std::vector<std::uint32_t> longTokenNumbers_;  // by entry of longTokens_
+    std::vector<std::string> tokenTexts_;          // by token number
+    std::vector<Token> tokenInfo_;                 // by token number
     std::vector<std::uint32_t> numbers_;
     std::vector<std::vector<Occurrence>> partitions_;
     std::uint32_t nextOrdinal_ = 0;

@@ -45,36 +45,46 @@ constexpr std::array<std::string_view, 31> kTopicStopwords = {
     "have", "has",  "will", "your", "its",   "our",  "can",  "did",  "does", "what", "when",
     "how",  "there", "then", "okay", "yes",  "no",   "ok",   "iam",  "its"};
 
-// A small set of short words, searched by comparing each word as one integer: these sets are
-// asked about every word of every message, and most words differ from every entry.
+// A small set of short words, each held as one integer in a sparse hash array: these sets are
+// asked about every word of every message, and most words are settled by one empty slot.
 class ShortWordSet {
 public:
     static constexpr std::size_t kLongest = sizeof(std::uint64_t);
 
+    /// Words longer than kLongest bytes, or empty, are never members.
     explicit ShortWordSet(const std::vector<std::string_view>& words) {
+        while (slots_.size() < words.size() * 4) slots_.resize(slots_.size() * 2);
         for (const std::string_view word : words) {
-            if (!contains(word)) entries_.push_back(Entry{pack(word), word.size()});
+            if (word.empty() || word.size() > kLongest) continue;
+            slots_[find(pack(word), word.size())] = Slot{pack(word), word.size()};
         }
     }
     bool contains(std::string_view word) const {
-        if (word.size() > kLongest) return false;
-        const std::uint64_t packed = pack(word);
-        return std::any_of(entries_.begin(), entries_.end(), [&](const Entry& entry) {
-            return entry.packed == packed && entry.size == word.size();
-        });
+        if (word.empty() || word.size() > kLongest) return false;
+        return slots_[find(pack(word), word.size())].size != 0;
     }
 
 private:
-    struct Entry {
-        std::uint64_t packed;
-        std::size_t size;
+    struct Slot {
+        std::uint64_t packed = 0;
+        std::size_t size = 0;  // 0 marks an empty slot
     };
     static std::uint64_t pack(std::string_view word) {
         std::uint64_t packed = 0;
-        if (!word.empty()) std::memcpy(&packed, word.data(), std::min(word.size(), kLongest));
+        std::memcpy(&packed, word.data(), word.size());
         return packed;
     }
-    std::vector<Entry> entries_;
+    // The slot holding the word, or the empty slot where it would go.
+    std::size_t find(std::uint64_t packed, std::size_t size) const {
+        const std::size_t mask = slots_.size() - 1;
+        std::size_t slot = static_cast<std::size_t>((packed * 0x9E3779B97F4A7C15ull) >> 40) & mask;
+        while (slots_[slot].size != 0 &&
+               (slots_[slot].packed != packed || slots_[slot].size != size)) {
+            slot = (slot + 1) & mask;
+        }
+        return slot;
+    }
+    std::vector<Slot> slots_ = std::vector<Slot>(64);
 };
 
 constexpr bool allShort(const auto& words) {
