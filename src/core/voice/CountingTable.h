@@ -24,7 +24,8 @@ public:
     /// Adds `amount` to the count of `key` (copied only the first time it is seen) and gives the
     /// key's entry number: 0 for the first key added, 1 for the next, and so on.
     std::size_t add(std::string_view key, long long amount = 1) {
-        if ((entries_.size() + 1) * 2 > slots_.size()) grow();
+        if ((entries_.size() + 1) * 2 > slots_.size())
+            grow();
         const std::size_t hash = hashOf(key);
         for (std::size_t slot = hash & mask();; slot = (slot + 1) & mask()) {
             Slot& s = slots_[slot];
@@ -42,11 +43,13 @@ public:
 
     /// The count of `key`, 0 when it was never added.
     long long count(std::string_view key) const {
-        if (slots_.empty()) return 0;
+        if (slots_.empty())
+            return 0;
         const std::size_t hash = hashOf(key);
         for (std::size_t slot = hash & mask();; slot = (slot + 1) & mask()) {
             const Slot& s = slots_[slot];
-            if (s.entryPlusOne == 0) return 0;
+            if (s.entryPlusOne == 0)
+                return 0;
             if (s.tag == tagOf(hash) && entries_[s.entryPlusOne - 1].first == key) {
                 return entries_[s.entryPlusOne - 1].second;
             }
@@ -56,7 +59,8 @@ public:
     /// The sum of all counts.
     long long total() const {
         long long sum = 0;
-        for (const auto& entry : entries_) sum += entry.second;
+        for (const auto& entry : entries_)
+            sum += entry.second;
         return sum;
     }
 
@@ -64,7 +68,8 @@ public:
     CountingTable keepingAtLeast(long long minimum) const {
         CountingTable kept;
         for (const auto& [key, n] : entries_) {
-            if (n >= minimum) kept.add(key, n);
+            if (n >= minimum)
+                kept.add(key, n);
         }
         return kept;
     }
@@ -94,7 +99,8 @@ private:
             h ^= h >> 32;
         }
         std::uint64_t tail = 0;
-        if (i < key.size()) std::memcpy(&tail, key.data() + i, key.size() - i);
+        if (i < key.size())
+            std::memcpy(&tail, key.data() + i, key.size() - i);
         h = (h ^ tail) * 0xC4CEB9FE1A85EC53ull;
         h ^= h >> 29;
         h *= 0xFF51AFD7ED558CCDull;
@@ -113,7 +119,8 @@ private:
         for (std::size_t i = 0; i < entries_.size(); ++i) {
             const std::size_t hash = hashOf(entries_[i].first);
             std::size_t slot = hash & biggerMask;
-            while (bigger[slot].entryPlusOne != 0) slot = (slot + 1) & biggerMask;
+            while (bigger[slot].entryPlusOne != 0)
+                slot = (slot + 1) & biggerMask;
             bigger[slot] = Slot{tagOf(hash), static_cast<std::uint32_t>(i + 1)};
         }
         slots_ = std::move(bigger);

@@ -44,14 +44,16 @@ std::vector<long long> readIntegers(const Json& json, const char* key) {
         value.is_array() && std::all_of(value.begin(), value.end(),
                                         [](const Json& item) { return item.is_number_integer(); });
     if (!integers) {
-        throw Json::type_error::create(302, std::string(key) + " must be a list of integers", &value);
+        throw Json::type_error::create(302, std::string(key) + " must be a list of integers",
+                                       &value);
     }
     return value.get<std::vector<long long>>();
 }
 
 std::optional<Timestamp> readOptionalDate(const Json& json, const char* key) {
     const auto found = json.find(key);
-    if (found == json.end() || found->is_null()) return std::nullopt;
+    if (found == json.end() || found->is_null())
+        return std::nullopt;
     if (!found->is_string()) {
         throw Json::type_error::create(302, std::string(key) + " must be a date text", &*found);
     }
@@ -65,14 +67,16 @@ std::optional<Timestamp> readOptionalDate(const Json& json, const char* key) {
 }  // namespace
 
 int PersonaStats::peakHour() const {
-    if (hourHistogram.empty()) return kHourWithoutHistogram;
+    if (hourHistogram.empty())
+        return kHourWithoutHistogram;
     // max_element returns the first of equal maxima, so ties go to the earliest hour.
     return static_cast<int>(std::max_element(hourHistogram.begin(), hourHistogram.end()) -
                             hourHistogram.begin());
 }
 
 std::string PersonaStats::yearsSpan() const {
-    if (!firstDate || !lastDate) return "\u2014";
+    if (!firstDate || !lastDate)
+        return "\u2014";
     return std::to_string(LocalTime::civil(*firstDate).year) + "\u2013" +
            std::to_string(LocalTime::civil(*lastDate).year % 100);
 }
@@ -96,8 +100,10 @@ void to_json(nlohmann::ordered_json& json, const PersonaStats& stats) {
     json["hourHistogram"] = stats.hourHistogram;
     json["medianReplySeconds"] = stats.medianReplySeconds;
     json["averageBurst"] = stats.averageBurst;
-    if (stats.firstDate) json["firstDate"] = LocalTime::isoUtc(*stats.firstDate);
-    if (stats.lastDate) json["lastDate"] = LocalTime::isoUtc(*stats.lastDate);
+    if (stats.firstDate)
+        json["firstDate"] = LocalTime::isoUtc(*stats.firstDate);
+    if (stats.lastDate)
+        json["lastDate"] = LocalTime::isoUtc(*stats.lastDate);
 }
 
 void from_json(const nlohmann::ordered_json& json, PersonaStats& stats) {

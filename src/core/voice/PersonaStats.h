@@ -2,11 +2,10 @@
 // The measured profile of how the person wrote, computed by PersonaBuilder::stats and kept inside
 // the persona record.
 
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include <nlohmann/json.hpp>
 
 #include "common/LocalTime.h"
 
@@ -15,10 +14,10 @@ namespace lumenary {
 /// The default value is the profile of someone with no messages; a new persona starts with it.
 struct PersonaStats {
     long long messageCount = 0;
-    double averageWords = 0;    // mean space words per message
+    double averageWords = 0;  // mean space words per message
     long long longestWords = 0;
-    std::vector<std::string> topEmoji;  // one code point each, most used first, at most 6
-    double emojiRate = 0;               // share of messages holding an emoji, 0–1
+    std::vector<std::string> topEmoji;          // one code point each, most used first, at most 6
+    double emojiRate = 0;                       // share of messages holding an emoji, 0–1
     std::vector<std::string> vocatives;         // what she calls the user, at most 4
     std::vector<std::string> commonOpenings;    // lowercased first words, at most 6
     std::vector<std::string> commonClosings;    // lowercased last words, at most 5
@@ -30,7 +29,7 @@ struct PersonaStats {
     double noPunctuationRatio = 0;              // share without any of . ! ? ,
     std::vector<long long> hourHistogram = std::vector<long long>(24, 0);  // local hours
     double medianReplySeconds = 0;
-    double averageBurst = 1.0;  // messages she sends in a row once she answers
+    double averageBurst = 1.0;           // messages she sends in a row once she answers
     std::optional<Timestamp> firstDate;  // first message of the whole archive, anyone's
     std::optional<Timestamp> lastDate;   // last message of the whole archive, anyone's
 

@@ -53,7 +53,8 @@ std::uint32_t PhraseCounter::tokenNumber(std::string_view token) {
     constexpr std::size_t kShort = sizeof(std::uint64_t);
     if (token.empty() || token.size() > kShort) {
         const std::size_t entry = longTokens_.add(token);
-        if (entry == longTokenNumbers_.size()) longTokenNumbers_.push_back(newToken(token));
+        if (entry == longTokenNumbers_.size())
+            longTokenNumbers_.push_back(newToken(token));
         return longTokenNumbers_[entry];
     }
     std::uint64_t packed = 0;
@@ -62,9 +63,11 @@ std::uint32_t PhraseCounter::tokenNumber(std::string_view token) {
     if ((tokenTexts_.size() + 1) * 2 > shortTokens_.size()) {
         std::vector<ShortToken> bigger(std::max<std::size_t>(64, shortTokens_.size() * 2));
         for (const ShortToken& old : shortTokens_) {
-            if (old.size == 0) continue;
+            if (old.size == 0)
+                continue;
             std::size_t slot = shortSlotOf(old.packed, bigger.size());
-            while (bigger[slot].size != 0) slot = (slot + 1) & (bigger.size() - 1);
+            while (bigger[slot].size != 0)
+                slot = (slot + 1) & (bigger.size() - 1);
             bigger[slot] = old;
         }
         shortTokens_ = std::move(bigger);
@@ -105,10 +108,12 @@ std::size_t PhraseCounter::phraseCharacters(const std::uint32_t* numbers, std::s
         characters += tokenInfo_[numbers[k]].characters;
         clean = clean && tokenInfo_[numbers[k]].joinsCleanly;
     }
-    if (clean) return characters;
+    if (clean)
+        return characters;
     scratch_.clear();
     for (std::size_t k = 0; k < n; ++k) {
-        if (k > 0) scratch_ += ' ';
+        if (k > 0)
+            scratch_ += ' ';
         scratch_ += tokenTexts_[numbers[k]];
     }
     return text::characterCount(scratch_);
@@ -116,12 +121,15 @@ std::size_t PhraseCounter::phraseCharacters(const std::uint32_t* numbers, std::s
 
 void PhraseCounter::add(const std::vector<std::string_view>& lowercaseTokens) {
     const std::size_t tokenCount = lowercaseTokens.size();
-    if (tokenCount < 2) return;
+    if (tokenCount < 2)
+        return;
     numbers_.clear();
-    for (const std::string_view token : lowercaseTokens) numbers_.push_back(tokenNumber(token));
+    for (const std::string_view token : lowercaseTokens)
+        numbers_.push_back(tokenNumber(token));
     for (std::size_t n = 2; n <= 3 && n <= tokenCount; ++n) {
         for (std::size_t start = 0; start + n <= tokenCount; ++start) {
-            if (phraseCharacters(&numbers_[start], n) < kMinPhraseCharacters) continue;
+            if (phraseCharacters(&numbers_[start], n) < kMinPhraseCharacters)
+                continue;
             const Occurrence occurrence{numbers_[start] + 1, numbers_[start + 1] + 1,
                                         n == 3 ? numbers_[start + 2] + 1 : 0, nextOrdinal_++};
             const std::uint64_t hash =
@@ -144,7 +152,8 @@ CountingTable PhraseCounter::atLeast(long long minimum, std::size_t mostFrequent
         const std::size_t mask = slots.size() - 1;
         std::size_t slot = static_cast<std::size_t>(hashOf(o.first, o.second, o.third)) & mask;
         for (;; slot = (slot + 1) & mask) {
-            if (slots[slot] == 0) return slot;
+            if (slots[slot] == 0)
+                return slot;
             const Occurrence& seen = distinct[slots[slot] - 1].firstUse;
             if (seen.first == o.first && seen.second == o.second && seen.third == o.third) {
                 return slot;
@@ -171,16 +180,19 @@ CountingTable PhraseCounter::atLeast(long long minimum, std::size_t mostFrequent
             }
         }
         for (const Distinct& phrase : distinct) {
-            if (phrase.count >= minimum) kept.push_back(phrase);
+            if (phrase.count >= minimum)
+                kept.push_back(phrase);
         }
     }
     // A large archive keeps hundreds of thousands of phrases; only those reaching the count of
     // the `mostFrequent`-th highest can make the list.
-    if (mostFrequent == 0) return {};
+    if (mostFrequent == 0)
+        return {};
     if (kept.size() > mostFrequent) {
         std::vector<long long> counts;
         counts.reserve(kept.size());
-        for (const Distinct& phrase : kept) counts.push_back(phrase.count);
+        for (const Distinct& phrase : kept)
+            counts.push_back(phrase.count);
         const auto cut = counts.begin() + static_cast<std::ptrdiff_t>(mostFrequent - 1);
         std::nth_element(counts.begin(), cut, counts.end(), std::greater<>());
         const long long lowest = *cut;
@@ -195,7 +207,8 @@ CountingTable PhraseCounter::atLeast(long long minimum, std::size_t mostFrequent
     for (const Distinct& phrase : kept) {
         const Occurrence& o = phrase.firstUse;
         text = tokenTexts_[o.first - 1] + ' ' + tokenTexts_[o.second - 1];
-        if (o.third != 0) text += ' ' + tokenTexts_[o.third - 1];
+        if (o.third != 0)
+            text += ' ' + tokenTexts_[o.third - 1];
         phrases.add(text, phrase.count);
     }
     return phrases;

@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <functional>
-#include <future>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <future>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -51,7 +52,8 @@ constexpr std::size_t kNoScript = kScriptRanges.size();
 
 std::size_t scriptOf(char32_t c) {
     for (std::size_t i = 0; i < kScriptRanges.size(); ++i) {
-        if (c >= kScriptRanges[i].first && c <= kScriptRanges[i].last) return i;
+        if (c >= kScriptRanges[i].first && c <= kScriptRanges[i].last)
+            return i;
     }
     return kNoScript;
 }
@@ -65,11 +67,12 @@ bool isSentencePunctuation(std::string_view character) {
 // after "." makes a different character.
 bool lacksSentencePunctuation(std::string_view s, bool ascii) {
     // (string_view::find_first_of would call memchr once per byte of the message.)
-    const bool anyByte = std::any_of(s.begin(), s.end(), [](char c) {
-        return c == '.' || c == '!' || c == '?' || c == ',';
-    });
-    if (!anyByte) return true;
-    if (ascii) return false;
+    const bool anyByte = std::any_of(
+        s.begin(), s.end(), [](char c) { return c == '.' || c == '!' || c == '?' || c == ','; });
+    if (!anyByte)
+        return true;
+    if (ascii)
+        return false;
     const std::vector<std::string_view> characters = text::characters(s);
     return std::none_of(characters.begin(), characters.end(), isSentencePunctuation);
 }
@@ -77,7 +80,8 @@ bool lacksSentencePunctuation(std::string_view s, bool ascii) {
 std::vector<std::string> firstKeys(const CountingTable& table, std::size_t limit) {
     const auto ranked = text::rankByCount(table);
     std::vector<std::string> keys;
-    for (std::size_t i = 0; i < std::min(limit, ranked.size()); ++i) keys.push_back(ranked[i].first);
+    for (std::size_t i = 0; i < std::min(limit, ranked.size()); ++i)
+        keys.push_back(ranked[i].first);
     return keys;
 }
 
@@ -95,7 +99,8 @@ struct AsciiFacts {
 const std::array<AsciiFacts, 128>& asciiFacts() {
     static const std::array<AsciiFacts, 128> facts = [] {
         std::array<AsciiFacts, 128> table{};
-        for (char32_t c = 0; c < 128; ++c) table[c] = {text::isEmojiCodePoint(c), scriptOf(c)};
+        for (char32_t c = 0; c < 128; ++c)
+            table[c] = {text::isEmojiCodePoint(c), scriptOf(c)};
         return table;
     }();
     return facts;
@@ -147,7 +152,8 @@ CodePointScan scanCodePoints(std::string_view s, CountingTable& emoji,
         scriptsSeen[scriptOf(codePoint)] = true;
         if (text::isEmojiCodePoint(codePoint)) {
             // A valid code point's text is its own bytes.
-            emoji.add(s.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(i - start)));
+            emoji.add(
+                s.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(i - start)));
             scan.emoji = true;
         }
     }
@@ -156,7 +162,8 @@ CodePointScan scanCodePoints(std::string_view s, CountingTable& emoji,
 
 void addEdgeWord(std::string_view word, CountingTable& table, std::string& lower) {
     // Measured before lowercasing and trimming, so "!!" counts under the empty text.
-    if (text::characterCount(word) < kMinEdgeWordCharacters) return;
+    if (text::characterCount(word) < kMinEdgeWordCharacters)
+        return;
     text::lowercase(word, lower);
     table.add(text::trimPunctuation(lower));
 }
@@ -170,13 +177,15 @@ void measureRhythm(const std::string& name, const std::vector<ChatMessage>& mess
     std::vector<double> replySeconds;
     long long burstSum = 0, burstCount = 0, run = 0;
     for (std::size_t i = 1; i < messages.size(); ++i) {
-        if (messages[i].sender != name) continue;
+        if (messages[i].sender != name)
+            continue;
         if (messages[i - 1].sender == name) {
             ++run;
             continue;
         }
         const double seconds = messages[i].date - messages[i - 1].date;
-        if (seconds > 0 && seconds < kLongestReplySeconds) replySeconds.push_back(seconds);
+        if (seconds > 0 && seconds < kLongestReplySeconds)
+            replySeconds.push_back(seconds);
         if (run > 0) {
             burstSum += run;
             ++burstCount;
@@ -185,7 +194,8 @@ void measureRhythm(const std::string& name, const std::vector<ChatMessage>& mess
     }
     if (!replySeconds.empty()) {
         // The upper median for an even count: the element at count / 2 once sorted.
-        const auto middle = replySeconds.begin() + static_cast<std::ptrdiff_t>(replySeconds.size() / 2);
+        const auto middle =
+            replySeconds.begin() + static_cast<std::ptrdiff_t>(replySeconds.size() / 2);
         std::nth_element(replySeconds.begin(), middle, replySeconds.end());
         stats.medianReplySeconds = *middle;
     }
@@ -234,12 +244,17 @@ CountingTable measureWriting(const HerMessages& her, PersonaStats& result) {
         result.longestWords = std::max(result.longestWords, wordCount);
 
         const CodePointScan scan = scanCodePoints(body, emoji, scriptsSeen);
-        if (scan.emoji) ++emojiMessages;
-        if (body.find('?') != std::string::npos) ++questions;
-        if (lacksSentencePunctuation(body, scan.ascii)) ++unpunctuated;
+        if (scan.emoji)
+            ++emojiMessages;
+        if (body.find('?') != std::string::npos)
+            ++questions;
+        if (lacksSentencePunctuation(body, scan.ascii))
+            ++unpunctuated;
 
-        if (!words.empty()) addEdgeWord(words.front(), openings, lower);
-        if (words.size() >= 2) addEdgeWord(words.back(), closings, lower);
+        if (!words.empty())
+            addEdgeWord(words.front(), openings, lower);
+        if (words.size() >= 2)
+            addEdgeWord(words.back(), closings, lower);
         VocabularyCounting::countPeople(words, people);
 
         const int hour = LocalTime::civil(message->date).hour;
@@ -262,7 +277,8 @@ CountingTable measureWriting(const HerMessages& her, PersonaStats& result) {
     result.commonOpenings = firstKeys(openings.keepingAtLeast(kMinimumHabit), kMaxOpenings);
     result.commonClosings = firstKeys(closings.keepingAtLeast(kMinimumHabit), kMaxClosings);
     for (std::size_t i = 0; i < kScriptRanges.size(); ++i) {
-        if (scriptsSeen[i]) result.scripts.emplace_back(kScriptRanges[i].label);
+        if (scriptsSeen[i])
+            result.scripts.emplace_back(kScriptRanges[i].label);
     }
     std::sort(result.scripts.begin(), result.scripts.end());
     result.peopleNamed = VocabularyCounting::rankPeople(people);
@@ -275,10 +291,12 @@ CountingTable measureWriting(const HerMessages& her, PersonaStats& result) {
 PersonaStats stats(const std::string& name, const std::vector<ChatMessage>& messages) {
     HerMessages her;
     for (const ChatMessage& message : messages) {
-        if (message.sender == name) her.push_back(&message);
+        if (message.sender == name)
+            her.push_back(&message);
     }
     PersonaStats result;
-    if (her.empty()) return result;
+    if (her.empty())
+        return result;
 
     result.messageCount = static_cast<long long>(her.size());
     result.firstDate = messages.front().date;
@@ -286,9 +304,16 @@ PersonaStats stats(const std::string& name, const std::vector<ChatMessage>& mess
 
     // The two parts of the work only read the archive and fill separate tables, so one runs
     // beside the other: on a two-core machine that nearly halves the time for a long archive. An
-    // exception (out of memory) reaches the caller through the future.
-    std::future<PhrasesAndOtherTopics> background = std::async(
-        std::launch::async, minePhrasesAndOtherTopics, std::cref(her), std::cref(messages));
+    // exception (out of memory) reaches the caller through the future; when no thread can be
+    // started, the work runs here at get().
+    std::future<PhrasesAndOtherTopics> background;
+    try {
+        background = std::async(std::launch::async, minePhrasesAndOtherTopics, std::cref(her),
+                                std::cref(messages));
+    } catch (const std::system_error&) {
+        background = std::async(std::launch::deferred, minePhrasesAndOtherTopics, std::cref(her),
+                                std::cref(messages));
+    }
     const CountingTable herTopics = measureWriting(her, result);
     measureRhythm(name, messages, result);
     PhrasesAndOtherTopics mined = background.get();

@@ -66,7 +66,8 @@ private:
     std::string scratch_;
 };
 /// Counts the letter runs of at least 4 characters that are not stopwords.
-void tallyTopicWords(const std::vector<std::string_view>& lowercaseLetterRuns, CountingTable& table);
+void tallyTopicWords(const std::vector<std::string_view>& lowercaseLetterRuns,
+                     CountingTable& table);
 /// The topic tally of whole messages (lowercased and cut here).
 CountingTable topicTally(const std::vector<const ChatMessage*>& messages);
 /// Counts the capitalised names among a message's space words after the first.

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -36,14 +37,14 @@ constexpr std::size_t kMinNameCharacters = 3;
 constexpr std::size_t kMaxNameCharacters = 14;
 
 constexpr std::array<std::string_view, 15> kEndearments = {
-    "ra", "nanna", "kanna", "bujji", "beta", "kanda", "amma", "chinna",
-    "papa", "baby", "da", "ma", "kanmani", "chellam", "putta"};
+    "ra",   "nanna", "kanna", "bujji", "beta",    "kanda",   "amma", "chinna",
+    "papa", "baby",  "da",    "ma",    "kanmani", "chellam", "putta"};
 
 // "its" appears twice; only the set matters.
 constexpr std::array<std::string_view, 31> kTopicStopwords = {
-    "the",  "and",  "you",  "are",  "for",   "was",  "not",  "but",  "with", "that", "this",
-    "have", "has",  "will", "your", "its",   "our",  "can",  "did",  "does", "what", "when",
-    "how",  "there", "then", "okay", "yes",  "no",   "ok",   "iam",  "its"};
+    "the",  "and",   "you",  "are",  "for", "was", "not", "but", "with", "that", "this",
+    "have", "has",   "will", "your", "its", "our", "can", "did", "does", "what", "when",
+    "how",  "there", "then", "okay", "yes", "no",  "ok",  "iam", "its"};
 
 // A small set of short words, each held as one integer in a sparse hash array: these sets are
 // asked about every word of every message, and most words are settled by one empty slot.
@@ -53,14 +54,17 @@ public:
 
     /// Words longer than kLongest bytes, or empty, are never members.
     explicit ShortWordSet(const std::vector<std::string_view>& words) {
-        while (slots_.size() < words.size() * 4) slots_.resize(slots_.size() * 2);
+        while (slots_.size() < words.size() * 4)
+            slots_.resize(slots_.size() * 2);
         for (const std::string_view word : words) {
-            if (word.empty() || word.size() > kLongest) continue;
+            if (word.empty() || word.size() > kLongest)
+                continue;
             slots_[find(pack(word), word.size())] = Slot{pack(word), word.size()};
         }
     }
     bool contains(std::string_view word) const {
-        if (word.empty() || word.size() > kLongest) return false;
+        if (word.empty() || word.size() > kLongest)
+            return false;
         return slots_[find(pack(word), word.size())].size != 0;
     }
 
@@ -103,7 +107,8 @@ const ShortWordSet& effectiveStopwords() {
     static const ShortWordSet set = [] {
         std::vector<std::string_view> kept;
         for (const std::string_view word : kTopicStopwords) {
-            if (text::characterCount(word) >= kMinTopicCharacters) kept.push_back(word);
+            if (text::characterCount(word) >= kMinTopicCharacters)
+                kept.push_back(word);
         }
         return ShortWordSet(kept);
     }();
@@ -116,25 +121,28 @@ class IdSet {
 public:
     explicit IdSet(std::size_t expected) {
         std::size_t size = 16;
-        while (size < expected * 2) size *= 2;
+        while (size < expected * 2)
+            size *= 2;
         slots_.resize(size);
     }
     void insert(std::string_view id) {
         std::size_t slot = find(id);
-        if (!occupied_(slot)) slots_[slot] = Slot{id, true};
+        if (!occupied(slot))
+            slots_[slot] = Slot{id, true};
     }
-    bool contains(std::string_view id) const { return occupied_(find(id)); }
+    bool contains(std::string_view id) const { return occupied(find(id)); }
 
 private:
     struct Slot {
         std::string_view id;
         bool used = false;
     };
-    bool occupied_(std::size_t slot) const { return slots_[slot].used; }
+    bool occupied(std::size_t slot) const { return slots_[slot].used; }
     std::size_t find(std::string_view id) const {
         const std::size_t mask = slots_.size() - 1;
-        std::size_t slot = std::hash<std::string_view>{}(id) & mask;
-        while (slots_[slot].used && slots_[slot].id != id) slot = (slot + 1) & mask;
+        std::size_t slot = std::hash<std::string_view>{}(id)&mask;
+        while (slots_[slot].used && slots_[slot].id != id)
+            slot = (slot + 1) & mask;
         return slot;
     }
     std::vector<Slot> slots_;
@@ -160,14 +168,16 @@ const std::array<AsciiCase, 128>& asciiCase() {
 std::vector<std::string> firstKeys(const std::vector<std::pair<std::string, long long>>& ranked,
                                    std::size_t limit) {
     std::vector<std::string> keys;
-    for (std::size_t i = 0; i < std::min(limit, ranked.size()); ++i) keys.push_back(ranked[i].first);
+    for (std::size_t i = 0; i < std::min(limit, ranked.size()); ++i)
+        keys.push_back(ranked[i].first);
     return keys;
 }
 
 // The first code point of `s`, U+FFFD when it does not decode. The names rule tests the case
 // properties of a character's first code point only, so a full decode is not needed.
 UChar32 firstCodePoint(std::string_view s) {
-    if (s.empty()) return 0xFFFD;
+    if (s.empty())
+        return 0xFFFD;
     int32_t i = 0;
     UChar32 c = 0;
     U8_NEXT(reinterpret_cast<const uint8_t*>(s.data()), i, static_cast<int32_t>(s.size()), c);
@@ -213,7 +223,8 @@ void countVocatives(const std::vector<std::string_view>& lowercaseLetterRuns,
                     CountingTable& table) {
     const ShortWordSet& known = endearments();
     for (const std::string_view run : lowercaseLetterRuns) {
-        if (known.contains(run)) table.add(run);
+        if (known.contains(run))
+            table.add(run);
     }
 }
 
@@ -221,8 +232,7 @@ void tallyTopicWords(const std::vector<std::string_view>& lowercaseLetterRuns,
                      CountingTable& table) {
     const auto& stopwords = effectiveStopwords();
     for (const std::string_view run : lowercaseLetterRuns) {
-        if (run.size() < kMinTopicCharacters ||
-            text::characterCount(run) < kMinTopicCharacters ||
+        if (run.size() < kMinTopicCharacters || text::characterCount(run) < kMinTopicCharacters ||
             stopwords.contains(run)) {
             continue;
         }
@@ -245,14 +255,16 @@ CountingTable topicTally(const std::vector<const ChatMessage*>& messages) {
 void countPeople(const std::vector<std::string_view>& words, CountingTable& table) {
     // A capital at the start of a message says nothing about a name.
     for (std::size_t i = 1; i < words.size(); ++i) {
-        if (const auto name = nameIn(words[i])) table.add(*name);
+        if (const auto name = nameIn(words[i]))
+            table.add(*name);
     }
 }
 
 std::vector<const ChatMessage*> otherSide(const PersonaBuilder::HerMessages& her,
                                           const std::vector<ChatMessage>& all) {
     IdSet herIds(her.size());
-    for (const ChatMessage* message : her) herIds.insert(message->id);
+    for (const ChatMessage* message : her)
+        herIds.insert(message->id);
     std::vector<const ChatMessage*> others;
     std::size_t nextOfHers = 0;
     for (const ChatMessage& message : all) {
@@ -261,7 +273,8 @@ std::vector<const ChatMessage*> otherSide(const PersonaBuilder::HerMessages& her
             ++nextOfHers;
             continue;
         }
-        if (!herIds.contains(message.id)) others.push_back(&message);
+        if (!herIds.contains(message.id))
+            others.push_back(&message);
     }
     return others;
 }
@@ -275,13 +288,15 @@ std::vector<std::string> rankPhrases(const PhraseCounter& counter) {
                      kMaxPhrases);
 }
 
-std::vector<std::string> rankTopics(const CountingTable& herTally, const CountingTable& otherTally) {
+std::vector<std::string> rankTopics(const CountingTable& herTally,
+                                    const CountingTable& otherTally) {
     const double total = std::max<double>(static_cast<double>(herTally.total()), 1.0);
     // Squaring her share favours what she says often; dividing by the other side's count pushes
     // down what both sides say alike.
     std::vector<std::pair<std::string, double>> scored;
     for (const auto& [word, count] : herTally) {
-        if (count < kMinimumRecurrence) continue;
+        if (count < kMinimumRecurrence)
+            continue;
         const long long other = otherTally.count(word);
         const double c = static_cast<double>(count);
         const double o = other > 0 ? static_cast<double>(other) : 1.0;
@@ -337,7 +352,8 @@ std::vector<std::string> minePeople(const HerMessages& her) {
 }
 
 std::string list(const std::vector<std::string>& items) {
-    if (items.empty()) return {};
+    if (items.empty())
+        return {};
     std::string joined = items.front();
     for (std::size_t i = 1; i < items.size(); ++i) {
         joined += i + 1 == items.size() ? " and " : ", ";

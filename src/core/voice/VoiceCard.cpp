@@ -28,18 +28,21 @@ constexpr std::size_t kPhrasesShown = 6;
 constexpr std::size_t kTopicsShown = 8;
 
 std::vector<std::string> firstOf(const std::vector<std::string>& items, std::size_t limit) {
-    return {items.begin(), items.begin() + static_cast<std::ptrdiff_t>(std::min(limit, items.size()))};
+    return {items.begin(),
+            items.begin() + static_cast<std::ptrdiff_t>(std::min(limit, items.size()))};
 }
 
 std::vector<std::string> quoted(std::vector<std::string> items) {
-    for (std::string& item : items) item = '"' + item + '"';
+    for (std::string& item : items)
+        item = '"' + item + '"';
     return items;
 }
 
 std::string joined(const std::vector<std::string>& items, const std::string& separator) {
     std::string out;
     for (std::size_t i = 0; i < items.size(); ++i) {
-        if (i > 0) out += separator;
+        if (i > 0)
+            out += separator;
         out += items[i];
     }
     return out;
@@ -53,8 +56,8 @@ long long rounded(double value) {
 // One decimal with a full stop whatever the process locale, as "%.1f" in the C locale.
 std::string oneDecimal(double value) {
     char buffer[64];
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value,
-                                      std::chars_format::fixed, 1);
+    const auto result =
+        std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, 1);
     return std::string(buffer, result.ptr);
 }
 
@@ -90,9 +93,12 @@ std::string scriptParagraph(const std::vector<std::string>& scripts) {
 }
 
 std::string hourText(int hour) {
-    if (hour == 0) return "midnight";
-    if (hour == 12) return "noon";
-    if (hour < 12) return std::to_string(hour) + " am";
+    if (hour == 0)
+        return "midnight";
+    if (hour == 12)
+        return "noon";
+    if (hour < 12)
+        return std::to_string(hour) + " am";
     return std::to_string(hour - 12) + " pm";
 }
 
@@ -117,7 +123,8 @@ std::string card(const std::string& name, const std::string& relationship,
                  const PersonaStats& stats) {
     std::vector<std::string> paragraphs;
     paragraphs.push_back(lengthParagraph(name, relationship, stats));
-    if (!stats.scripts.empty()) paragraphs.push_back(scriptParagraph(stats.scripts));
+    if (!stats.scripts.empty())
+        paragraphs.push_back(scriptParagraph(stats.scripts));
     if (!stats.vocatives.empty()) {
         paragraphs.push_back("She calls you " + list(quoted(stats.vocatives)) + ". " +
                              "It appears often but not in every message.");

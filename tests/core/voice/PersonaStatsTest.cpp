@@ -1,5 +1,3 @@
-#include "voice/PersonaStats.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -8,6 +6,7 @@
 
 #include "common/LocalTime.h"
 #include "voice/PersonaBuilder.h"
+#include "voice/PersonaStats.h"
 
 namespace lumenary {
 namespace {
@@ -38,7 +37,8 @@ struct Archive {
 TEST(PersonaStats, SomeoneWhoNeverWroteGetsTheDefaultRecord) {
     ASSERT_TRUE(kZonePinned);
     Archive archive;
-    for (int i = 0; i < 1000; ++i) archive.say("Ravi", "Did you eat? I am going to the office");
+    for (int i = 0; i < 1000; ++i)
+        archive.say("Ravi", "Did you eat? I am going to the office");
     EXPECT_EQ(PersonaBuilder::stats("Amma", archive.messages), PersonaStats{});
     EXPECT_EQ(PersonaBuilder::stats("Amma", {}), PersonaStats{});
     // The name must match exactly: a sender with a trailing space or other case is someone else.
@@ -54,9 +54,9 @@ TEST(PersonaStats, CountsWordsEmojiQuestionsAndPunctuationPerMessage) {
     Archive archive;
     archive.say("Ravi", "Good morning")
         .say("Amma", "Good morning amma \U0001F64F\U0001F64F")  // 4 words, 🙏 twice
-        .say("Amma", "ok?")                                    // a question, so punctuated
-        .say("Amma", "home \U0001F1EE\U0001F1F3")              // a flag is two code points
-        .say("Amma", "\u00A9 1\uFE0F\u20E3 #  done")           // ©, keycap 1 and # are not emoji
+        .say("Amma", "ok?")                                     // a question, so punctuated
+        .say("Amma", "home \U0001F1EE\U0001F1F3")               // a flag is two code points
+        .say("Amma", "\u00A9 1\uFE0F\u20E3 #  done")            // ©, keycap 1 and # are not emoji
         .say("Amma", "see you ok.")
         .say("Ravi", "bye");
     const PersonaStats stats = PersonaBuilder::stats("Amma", archive.messages);
@@ -87,9 +87,9 @@ TEST(PersonaStats, PunctuationIsJudgedByWholeCharacters) {
 TEST(PersonaStats, OpeningsAndClosingsNeedTwoCharactersAndTwoUses) {
     Archive archive;
     archive.say("Amma", "Hello, kanna")
-        .say("Amma", "hello")        // one word: an opening, never a closing
-        .say("Amma", "Hi")           // opening used once: not listed
-        .say("Amma", "a b")          // one-character words open and close nothing
+        .say("Amma", "hello")  // one word: an opening, never a closing
+        .say("Amma", "Hi")     // opening used once: not listed
+        .say("Amma", "a b")    // one-character words open and close nothing
         .say("Amma", "!! see you ok.")
         .say("Amma", "!! fine ok")
         .say("Amma", "\u00C9COUTE moi");
@@ -149,8 +149,13 @@ TEST(PersonaStats, BurstsAreCountedWhenHerNextReplyStarts) {
     EXPECT_DOUBLE_EQ(PersonaBuilder::stats("Amma", archive.messages).averageBurst, 2.0);
 
     Archive opening;
-    opening.say("Amma", "a").say("Amma", "b").say("Amma", "c").say("Ravi", "d").say("Amma", "e")
-        .say("Ravi", "f").say("Amma", "g");
+    opening.say("Amma", "a")
+        .say("Amma", "b")
+        .say("Amma", "c")
+        .say("Ravi", "d")
+        .say("Amma", "e")
+        .say("Ravi", "f")
+        .say("Amma", "g");
     // The archive's first message is never examined, so her opening run of 3 counts as 2.
     EXPECT_DOUBLE_EQ(PersonaBuilder::stats("Amma", opening.messages).averageBurst, (2 + 1) / 2.0);
 
@@ -210,7 +215,8 @@ TEST(PersonaStats, JsonKeepsEveryFieldInOrderAndDatesOnlyWhenPresent) {
 
     nlohmann::ordered_json json = stats;
     std::vector<std::string> keys;
-    for (const auto& item : json.items()) keys.push_back(item.key());
+    for (const auto& item : json.items())
+        keys.push_back(item.key());
     EXPECT_EQ(keys, (std::vector<std::string>{
                         "messageCount", "averageWords", "longestWords", "topEmoji", "emojiRate",
                         "vocatives", "commonOpenings", "commonClosings", "signaturePhrases",
@@ -245,8 +251,8 @@ TEST(PersonaStats, JsonWithAMissingOrMistypedFieldIsUnreadable) {
                             "averageBurst", "noPunctuationRatio"}) {
         unreadable(key, nullptr);
     }
-    const nlohmann::ordered_json text = "3", fraction = 2.5, mixedList = {"a", 1},
-                                 hours = {1, 2.5}, badDate = "last spring";
+    const nlohmann::ordered_json text = "3", fraction = 2.5, mixedList = {"a", 1}, hours = {1, 2.5},
+                                 badDate = "last spring";
     unreadable("messageCount", &text);
     unreadable("longestWords", &fraction);
     unreadable("averageWords", &text);

@@ -20,7 +20,8 @@ struct Chat {
 
     Chat(const Strings& hers, const Strings& others = {}) {
         all.reserve(hers.size() + others.size());
-        for (const auto& text : hers) all.push_back({"h" + std::to_string(all.size()), "Amma", text, 0});
+        for (const auto& text : hers)
+            all.push_back({"h" + std::to_string(all.size()), "Amma", text, 0});
         for (const auto& text : others) {
             all.push_back({"o" + std::to_string(all.size()), "Ravi", text, 0});
         }
@@ -28,7 +29,8 @@ struct Chat {
     PersonaBuilder::HerMessages her() const {
         PersonaBuilder::HerMessages list;
         for (const auto& message : all) {
-            if (message.sender == "Amma") list.push_back(&message);
+            if (message.sender == "Amma")
+                list.push_back(&message);
         }
         return list;
     }
@@ -47,8 +49,7 @@ TEST(VocabularyMining, VocativesMatchWholeLetterRunsAndNeedNoMinimum) {
     const Chat chat({"Kanna, did you eat? kanna", "Kannamma come home", "amma's cooking",
                      "RA where are you", "bujji", "ok beta", "da da da"});
     // kanna 2 and da 3 outrank the single uses; of those, the first seen survive the limit of 4.
-    EXPECT_EQ(PersonaBuilder::mineVocatives(chat.her()),
-              (Strings{"da", "kanna", "amma", "ra"}));
+    EXPECT_EQ(PersonaBuilder::mineVocatives(chat.her()), (Strings{"da", "kanna", "amma", "ra"}));
 
     const Chat once({"good night kanna"}, repeated("kanna kanna", 5));
     // Her side only: the other side's uses do not count, and one use is enough.
@@ -67,9 +68,10 @@ TEST(VocabularyMining, PhrasesNeedSevenCharactersAndThreeUses) {
                                 "t worry", "don t worry"}));
 
     // Length is counted in characters, not bytes: "éé éé" is 5 characters in 9 bytes.
-    EXPECT_TRUE(PersonaBuilder::minePhrases(Chat(repeated("\u00E9\u00E9 \u00E9\u00E9", 3)).her())
-                    .empty());
-    EXPECT_EQ(PersonaBuilder::minePhrases(Chat(repeated("\u00E9\u00E9\u00E9 \u00E9\u00E9\u00E9", 3)).her()),
+    EXPECT_TRUE(
+        PersonaBuilder::minePhrases(Chat(repeated("\u00E9\u00E9 \u00E9\u00E9", 3)).her()).empty());
+    EXPECT_EQ(PersonaBuilder::minePhrases(
+                  Chat(repeated("\u00E9\u00E9\u00E9 \u00E9\u00E9\u00E9", 3)).her()),
               (Strings{"\u00E9\u00E9\u00E9 \u00E9\u00E9\u00E9"}));
 }
 
@@ -89,9 +91,11 @@ TEST(VocabularyMining, PhrasesKeepOnlyTheEightMostRepeated) {
 // what plainly joining the tokens and counting the texts finds, in the same first-use order.
 TEST(VocabularyMining, PhraseCounterAgreesWithCountingTheJoinedTexts) {
     // Words that glue to a neighbouring space (a Malayalam dot reph before it, a halfwidth sound
-    // mark after it) make a joined phrase shorter than its parts, and cafés take two bytes a letter.
-    const Strings vocabulary = {"ok", "da", "amma", "caf\u00E9", "\u0C2C\u0C3E\u0C17",
-                                "x\u0D4E", "\uFF9Ex", "9", "good", "night", "t"};
+    // mark after it) make a joined phrase shorter than its parts, and cafés take two bytes a
+    // letter.
+    const Strings vocabulary = {"ok",      "da",      "amma", "caf\u00E9", "\u0C2C\u0C3E\u0C17",
+                                "x\u0D4E", "\uFF9Ex", "9",    "good",      "night",
+                                "t"};
     std::uint64_t seed = 12345;
     auto next = [&seed](std::size_t bound) {
         seed = seed * 6364136223846793005ull + 1442695040888963407ull;
@@ -102,27 +106,33 @@ TEST(VocabularyMining, PhraseCounterAgreesWithCountingTheJoinedTexts) {
     Strings firstUse;
     for (int message = 0; message < 3000; ++message) {
         Strings tokens;
-        for (std::size_t n = next(7); n > 0; --n) tokens.push_back(vocabulary[next(vocabulary.size())]);
+        for (std::size_t n = next(7); n > 0; --n)
+            tokens.push_back(vocabulary[next(vocabulary.size())]);
         counter.add(std::vector<std::string_view>(tokens.begin(), tokens.end()));
         for (std::size_t n = 2; n <= 3; ++n) {
             for (std::size_t start = 0; start + n <= tokens.size(); ++start) {
                 std::string phrase = tokens[start];
-                for (std::size_t k = 1; k < n; ++k) phrase += " " + tokens[start + k];
-                if (text::characterCount(phrase) < 7) continue;
-                if (expected[phrase]++ == 0) firstUse.push_back(phrase);
+                for (std::size_t k = 1; k < n; ++k)
+                    phrase += " " + tokens[start + k];
+                if (text::characterCount(phrase) < 7)
+                    continue;
+                if (expected[phrase]++ == 0)
+                    firstUse.push_back(phrase);
             }
         }
     }
     using Counts = std::vector<std::pair<std::string, long long>>;
     Counts all;
-    for (const auto& phrase : firstUse) all.emplace_back(phrase, expected[phrase]);
+    for (const auto& phrase : firstUse)
+        all.emplace_back(phrase, expected[phrase]);
     const CountingTable counted = counter.atLeast(1, all.size());
     EXPECT_EQ(Counts(counted.begin(), counted.end()), all);
 
     // Keeping only what can rank among the top 8 changes nothing in the top 8, ties included.
     Counts frequent;
     for (const auto& entry : all) {
-        if (entry.second >= 3) frequent.push_back(entry);
+        if (entry.second >= 3)
+            frequent.push_back(entry);
     }
     std::stable_sort(frequent.begin(), frequent.end(),
                      [](const auto& a, const auto& b) { return a.second > b.second; });

@@ -52,11 +52,13 @@ TEST(VoiceCard, LengthParagraphRoundsAndCapsTheLongestMessage) {
     EXPECT_EQ(firstParagraph(stats),
               "Amma is your mother. She writes short messages \u2014 about 5 words each.");
     stats.longestWords = 16;
-    EXPECT_EQ(firstParagraph(stats), "Amma is your mother. She writes short messages \u2014 about "
-                                     "5 words each, and rarely more than 16.");
+    EXPECT_EQ(firstParagraph(stats),
+              "Amma is your mother. She writes short messages \u2014 about "
+              "5 words each, and rarely more than 16.");
     stats.longestWords = 40;
-    EXPECT_EQ(firstParagraph(stats), "Amma is your mother. She writes short messages \u2014 about "
-                                     "5 words each, and rarely more than 20.");
+    EXPECT_EQ(firstParagraph(stats),
+              "Amma is your mother. She writes short messages \u2014 about "
+              "5 words each, and rarely more than 20.");
 
     stats.longestWords = 5;
     stats.averageBurst = 1.6;
@@ -80,15 +82,15 @@ TEST(VoiceCard, RatiosAppearOnlyAboveTheirThresholds) {
     stats.questionRatio = 0.2501;
     stats.topEmoji = {"\U0001F64F", "\u2764", "\U0001F602", "\U0001F60A", "\U0001F44D"};
     stats.emojiRate = 0.125;
-    const std::vector<std::string> card =
-        paragraphs(PersonaBuilder::card("Amma", "Mother", stats));
+    const std::vector<std::string> card = paragraphs(PersonaBuilder::card("Amma", "Mother", stats));
     ASSERT_EQ(card.size(), 5u);
     EXPECT_EQ(card[1],
               "Her emoji are \U0001F64F \u2764 \U0001F602 \U0001F60A, in roughly 13 messages in a "
               "hundred. Use only these, and no others.");
     EXPECT_EQ(card[2], "She leaves 41% of her messages without any full stop or comma at all.");
-    EXPECT_EQ(card[3], "She asks a question in 25% of her messages \u2014 she checks on you before "
-                       "she tells you anything.");
+    EXPECT_EQ(card[3],
+              "She asks a question in 25% of her messages \u2014 she checks on you before "
+              "she tells you anything.");
 }
 
 TEST(VoiceCard, ScriptParagraphSinglesOutLatinAlone) {
