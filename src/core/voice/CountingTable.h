@@ -8,13 +8,39 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 namespace lumenary {
+
+/// Up to the first eight bytes of `s` as one integer, the rest zero. Two texts of the same length
+/// up to eight bytes are equal exactly when these are.
+inline std::uint64_t packBytes(std::string_view s) {
+    std::uint64_t packed = 0;
+    const std::size_t n = s.size() < 8 ? s.size() : 8;
+    for (std::size_t i = 0; i < n; ++i) {
+        packed |= std::uint64_t{static_cast<unsigned char>(s[i])} << (8 * i);
+    }
+    return packed;
+}
+
+/// A hash of the bytes of `s`. Keys here are mostly words of a few letters, for which the
+/// library's general-purpose hash costs more than the rest of a lookup: this one reads eight bytes
+/// at a time and mixes once.
+inline std::uint64_t hashBytes(std::string_view s) {
+    std::uint64_t h = 0x9E3779B97F4A7C15ull ^ s.size();
+    for (; s.size() > 8; s.remove_prefix(8)) {
+        h = (h ^ packBytes(s)) * 0xFF51AFD7ED558CCDull;
+        h ^= h >> 32;
+    }
+    h = (h ^ packBytes(s)) * 0xC4CEB9FE1A85EC53ull;
+    h ^= h >> 29;
+    h *= 0xFF51AFD7ED558CCDull;
+    h ^= h >> 32;
+    return h;
+}
 
 class CountingTable {
 public:
@@ -87,25 +113,8 @@ private:
         std::uint32_t entryPlusOne = 0;  // 0 marks an empty slot
     };
 
-    // Keys are mostly words of a few letters, for which the library's general-purpose hash costs
-    // more than the rest of the lookup: this one reads eight bytes at a time and mixes once.
     static std::size_t hashOf(std::string_view key) {
-        std::uint64_t h = 0x9E3779B97F4A7C15ull ^ key.size();
-        std::size_t i = 0;
-        for (; i + 8 <= key.size(); i += 8) {
-            std::uint64_t chunk;
-            std::memcpy(&chunk, key.data() + i, 8);
-            h = (h ^ chunk) * 0xFF51AFD7ED558CCDull;
-            h ^= h >> 32;
-        }
-        std::uint64_t tail = 0;
-        if (i < key.size())
-            std::memcpy(&tail, key.data() + i, key.size() - i);
-        h = (h ^ tail) * 0xC4CEB9FE1A85EC53ull;
-        h ^= h >> 29;
-        h *= 0xFF51AFD7ED558CCDull;
-        h ^= h >> 32;
-        return static_cast<std::size_t>(h);
+        return static_cast<std::size_t>(hashBytes(key));
     }
     static std::uint32_t tagOf(std::size_t hash) {
         return static_cast<std::uint32_t>(static_cast<std::uint64_t>(hash) >> 32);

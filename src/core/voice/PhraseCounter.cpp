@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -57,8 +56,7 @@ std::uint32_t PhraseCounter::tokenNumber(std::string_view token) {
             longTokenNumbers_.push_back(newToken(token));
         return longTokenNumbers_[entry];
     }
-    std::uint64_t packed = 0;
-    std::memcpy(&packed, token.data(), token.size());
+    const std::uint64_t packed = packBytes(token);
     const auto size = static_cast<std::uint32_t>(token.size());
     if ((tokenTexts_.size() + 1) * 2 > shortTokens_.size()) {
         std::vector<ShortToken> bigger(std::max<std::size_t>(64, shortTokens_.size() * 2));

@@ -5,8 +5,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -73,11 +71,7 @@ private:
         std::uint64_t packed = 0;
         std::size_t size = 0;  // 0 marks an empty slot
     };
-    static std::uint64_t pack(std::string_view word) {
-        std::uint64_t packed = 0;
-        std::memcpy(&packed, word.data(), word.size());
-        return packed;
-    }
+    static std::uint64_t pack(std::string_view word) { return packBytes(word); }
     // The slot holding the word, or the empty slot where it would go.
     std::size_t find(std::uint64_t packed, std::size_t size) const {
         const std::size_t mask = slots_.size() - 1;
@@ -115,36 +109,43 @@ const ShortWordSet& effectiveStopwords() {
     return set;
 }
 
-// A set of ids that holds views into the messages; flat, because the other side of a long chat
-// is hundreds of thousands of lookups.
+// The ids of her messages, as a flat array of hash tags and message numbers: the other side of a
+// long chat is hundreds of thousands of lookups, most of which meet an empty slot.
 class IdSet {
 public:
-    explicit IdSet(std::size_t expected) {
+    explicit IdSet(const PersonaBuilder::HerMessages& her) : her_(her) {
         std::size_t size = 16;
-        while (size < expected * 2)
-            size *= 2;
+        while (size < her.size() * 2) size *= 2;
         slots_.resize(size);
+        for (std::size_t i = 0; i < her.size(); ++i) {
+            const std::uint64_t hash = hashBytes(her[i]->id);
+            const std::size_t slot = find(her[i]->id, hash);
+            if (slots_[slot].herPlusOne == 0) {
+                slots_[slot] = Slot{tagOf(hash), static_cast<std::uint32_t>(i + 1)};
+            }
+        }
     }
-    void insert(std::string_view id) {
-        std::size_t slot = find(id);
-        if (!occupied(slot))
-            slots_[slot] = Slot{id, true};
+    bool contains(std::string_view id) const {
+        return slots_[find(id, hashBytes(id))].herPlusOne != 0;
     }
-    bool contains(std::string_view id) const { return occupied(find(id)); }
 
 private:
     struct Slot {
-        std::string_view id;
-        bool used = false;
+        std::uint32_t tag = 0;
+        std::uint32_t herPlusOne = 0;  // 0 marks an empty slot
     };
-    bool occupied(std::size_t slot) const { return slots_[slot].used; }
-    std::size_t find(std::string_view id) const {
+    static std::uint32_t tagOf(std::uint64_t hash) { return static_cast<std::uint32_t>(hash >> 32); }
+    // The slot holding `id`, or the empty slot where it would go.
+    std::size_t find(std::string_view id, std::uint64_t hash) const {
         const std::size_t mask = slots_.size() - 1;
-        std::size_t slot = std::hash<std::string_view>{}(id)&mask;
-        while (slots_[slot].used && slots_[slot].id != id)
+        std::size_t slot = static_cast<std::size_t>(hash) & mask;
+        while (slots_[slot].herPlusOne != 0 &&
+               (slots_[slot].tag != tagOf(hash) || her_[slots_[slot].herPlusOne - 1]->id != id)) {
             slot = (slot + 1) & mask;
+        }
         return slot;
     }
+    const PersonaBuilder::HerMessages& her_;
     std::vector<Slot> slots_;
 };
 
@@ -262,9 +263,7 @@ void countPeople(const std::vector<std::string_view>& words, CountingTable& tabl
 
 std::vector<const ChatMessage*> otherSide(const PersonaBuilder::HerMessages& her,
                                           const std::vector<ChatMessage>& all) {
-    IdSet herIds(her.size());
-    for (const ChatMessage* message : her)
-        herIds.insert(message->id);
+    const IdSet herIds(her);
     std::vector<const ChatMessage*> others;
     std::size_t nextOfHers = 0;
     for (const ChatMessage& message : all) {
