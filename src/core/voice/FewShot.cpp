@@ -20,19 +20,38 @@ constexpr std::size_t kMostReplyWords = 40;
 // Above this share of shared tokens two replies count as the same stock answer.
 constexpr double kMostOverlap = 0.55;
 
+bool isShortEndearment(std::string_view lowercaseRun) {
+    return std::find(kShortEndearments.begin(), kShortEndearments.end(), lowercaseRun) !=
+           kShortEndearments.end();
+}
+
 bool holdsShortEndearment(std::string_view text) {
-    thread_local std::string lowered;
     thread_local std::vector<std::string_view> runs;
-    text::lowercase(text, lowered);
-    text::letterRuns(lowered, runs);
+    if (!text::isAscii(text)) {
+        thread_local std::string lowered;
+        text::lowercase(text, lowered);
+        text::letterRuns(lowered, runs);
+        return std::any_of(runs.begin(), runs.end(), isShortEndearment);
+    }
+    // Case turns no ASCII letter into a non-letter, so the runs of the text as written are those
+    // of its lowercase; only runs as long as an endearment need lowering.
+    text::letterRuns(text, runs);
     return std::any_of(runs.begin(), runs.end(), [](std::string_view run) {
-        return std::find(kShortEndearments.begin(), kShortEndearments.end(), run) !=
-               kShortEndearments.end();
+        constexpr std::size_t longest = 6;  // "chinna"
+        if (run.size() < 2 || run.size() > longest) {
+            return false;
+        }
+        std::array<char, longest> lowered{};
+        for (std::size_t i = 0; i < run.size() && i < longest; ++i) {
+            const char c = run[i];
+            lowered[i] = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+        }
+        return isShortEndearment(std::string_view(lowered.data(), run.size()));
     });
 }
 
-double score(std::string_view reply, const std::string* prompt) {
-    const auto words = static_cast<long long>(text::spaceWordCount(reply));
+double score(std::string_view reply, std::size_t replyWords, const std::string* prompt) {
+    const auto words = static_cast<long long>(replyWords);
     double s = 1.0 + 0.4 * static_cast<double>(std::max(0LL, 6 - std::llabs(words - 7)));
     if (text::containsEmoji(reply))
         s += 2.0;
@@ -82,7 +101,8 @@ std::vector<std::string> tokenize(std::string_view text) {
 }
 
 double characteristicness(const Exchange& exchange) {
-    return score(exchange.reply.text, exchange.prompt ? &*exchange.prompt : nullptr);
+    return score(exchange.reply.text, text::spaceWordCount(exchange.reply.text),
+                 exchange.prompt ? &*exchange.prompt : nullptr);
 }
 
 std::vector<Exchange> mine(const std::vector<ChatMessage>& messages, const std::string& speaker,
@@ -105,16 +125,24 @@ std::vector<Exchange> mine(const std::vector<ChatMessage>& messages, const std::
             continue;
         if (reply.find("http") != std::string::npos)
             continue;
-        candidates.push_back({position, score(reply, &messages[position.prompt].text)});
+        candidates.push_back({position, score(reply, words, &messages[position.prompt].text)});
     }
-    std::stable_sort(candidates.begin(), candidates.end(),
-                     [](const Candidate& a, const Candidate& b) { return a.score > b.score; });
+
+    // Candidates are taken highest score first, the earlier exchange first among equal scores (a
+    // stable sort's order). The choice usually ends after a few dozen, so they come off a heap
+    // instead of sorting hundreds of thousands.
+    const auto later = [](const Candidate& a, const Candidate& b) {
+        return a.score != b.score ? a.score < b.score : a.position.reply > b.position.reply;
+    };
+    std::make_heap(candidates.begin(), candidates.end(), later);
 
     std::vector<ExchangePosition> chosen;
     std::vector<std::vector<std::string>> chosenTokens;
-    for (const Candidate& candidate : candidates) {
+    for (auto end = candidates.end(); end != candidates.begin(); --end) {
         if (chosen.size() >= static_cast<std::size_t>(limit))
             break;
+        std::pop_heap(candidates.begin(), end, later);
+        const Candidate& candidate = *(end - 1);
         std::vector<std::string> tokens = tokenSet(messages[candidate.position.reply].text);
         const bool repeats = std::any_of(
             chosenTokens.begin(), chosenTokens.end(),

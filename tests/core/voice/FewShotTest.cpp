@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -52,6 +55,8 @@ TEST(FewShot, CharacteristicnessRewardsTypicalLengthEmojiQuestionsAndEndearments
     // The endearment counts once, as a whole letter run, in any case; "Kannamma" is not "kanna".
     EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer(std::nullopt, "KANNA, kanna!")), 3.9);
     EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer(std::nullopt, "Kannamma come")), 1.4);
+    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer(std::nullopt, "Tinnava KANNA? \U0001F64F")),
+                     7.3);
     // Emoji from U+238D up count; a keycap digit does not.
     EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer(std::nullopt, "love you \U0001F64F")), 3.8);
     EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer(std::nullopt, "call 1\uFE0F\u20E3")), 1.4);
@@ -120,6 +125,76 @@ TEST(FewShot, BankIsSortedByReplyDateNotByScore) {
     std::swap(archive[1].date, archive[3].date);
     EXPECT_EQ(replies(FewShot::mine(archive, kHer, 30)),
               (std::vector<std::string>{"did you eat kanna?", "plain reply here"}));
+}
+
+// The bank as plainly defined: score every candidate, sort stably, choose greedily, sort by date.
+std::vector<std::string> referenceBank(const std::vector<ChatMessage>& archive, int limit) {
+    std::vector<Exchange> candidates;
+    for (const Exchange& exchange : pairExchanges(archive, kHer)) {
+        std::size_t words = 0;
+        for (std::size_t p = 0; p < exchange.reply.text.size(); ++p) {
+            if (exchange.reply.text[p] != ' ' && (p == 0 || exchange.reply.text[p - 1] == ' '))
+                ++words;
+        }
+        if (exchange.prompt && words >= 2 && words <= 40 &&
+            exchange.reply.text.find("http") == std::string::npos) {
+            candidates.push_back(exchange);
+        }
+    }
+    std::stable_sort(candidates.begin(), candidates.end(), [](const auto& a, const auto& b) {
+        return FewShot::characteristicness(a) > FewShot::characteristicness(b);
+    });
+    std::vector<Exchange> chosen;
+    std::vector<std::set<std::string>> chosenTokens;
+    for (const Exchange& candidate : candidates) {
+        if (static_cast<int>(chosen.size()) >= limit)
+            break;
+        const std::vector<std::string> list = FewShot::tokenize(candidate.reply.text);
+        const std::set<std::string> tokens(list.begin(), list.end());
+        bool close = false;
+        for (const auto& taken : chosenTokens) {
+            if (tokens.empty() || taken.empty())
+                continue;
+            std::size_t shared = 0;
+            for (const auto& token : tokens)
+                shared += taken.count(token);
+            close = close || static_cast<double>(shared) /
+                                     static_cast<double>(std::min(tokens.size(), taken.size())) >
+                                 0.55;
+        }
+        if (close)
+            continue;
+        chosen.push_back(candidate);
+        chosenTokens.push_back(tokens);
+    }
+    std::stable_sort(chosen.begin(), chosen.end(),
+                     [](const auto& a, const auto& b) { return a.reply.date < b.reply.date; });
+    return replies(chosen);
+}
+
+TEST(FewShot, BankEqualsThePlainDefinitionOnAGeneratedArchive) {
+    const std::vector<std::string> words = {"Ok",   "ma",       "kanna", "eat",        "rice",
+                                            "did",  "you",      "?",     "\U0001F64F", "home",
+                                            "come", "http://x", "da",    "now"};
+    std::mt19937 random(9);
+    std::uniform_int_distribution<std::size_t> word(0, words.size() - 1);
+    std::uniform_int_distribution<int> length(1, 14), percent(0, 99);
+    std::vector<ChatMessage> archive;
+    Timestamp at = 1'600'000'000;
+    for (int i = 0; i < 3000; ++i) {
+        std::string text;
+        for (int n = length(random); n > 0; --n) {
+            if (!text.empty())
+                text += ' ';
+            text += words[word(random)];
+        }
+        archive.push_back({numbered("M", i), percent(random) < 60 ? kHer : "Ravi", text, at});
+        at += percent(random) < 5 ? 30'000 : 90;
+    }
+    for (const int limit : {1, 5, 30, 3000}) {
+        EXPECT_EQ(replies(FewShot::mine(archive, kHer, limit)), referenceBank(archive, limit))
+            << "limit " << limit;
+    }
 }
 
 TEST(FewShot, TokensAreLowercasedLetterOrNumberRunsWithDuplicates) {
