@@ -79,10 +79,34 @@ private:
     std::vector<Hit> heap_;
 };
 
+// Every stopword has 3 or 4 bytes, so each is one integer: its bytes and its length. Checking a
+// run then costs 20 integer comparisons instead of 20 string comparisons, for millions of runs.
+constexpr std::uint64_t packShortWord(std::string_view word) {
+    std::uint64_t key = word.size();
+    for (std::size_t i = 0; i < word.size(); ++i) {
+        key |= static_cast<std::uint64_t>(static_cast<unsigned char>(word[i])) << (8 * (i + 1));
+    }
+    return key;
+}
+
+constexpr std::array<std::uint64_t, kStopwords.size()> kStopwordKeys = [] {
+    std::array<std::uint64_t, kStopwords.size()> keys{};
+    for (std::size_t i = 0; i < kStopwords.size(); ++i) {
+        keys[i] = packShortWord(kStopwords[i]);
+    }
+    return keys;
+}();
+
 bool isStopword(std::string_view run) {
-    if (run.size() != 3 && run.size() != 4)
+    if (run.size() != 3 && run.size() != 4) {
         return false;
-    return std::find(kStopwords.begin(), kStopwords.end(), run) != kStopwords.end();
+    }
+    const std::uint64_t key = packShortWord(run);
+    bool found = false;
+    for (const std::uint64_t stopword : kStopwordKeys) {
+        found |= key == stopword;
+    }
+    return found;
 }
 
 // Calls keep(token) for each token of `text`; the views live until the next call on this thread.
@@ -154,15 +178,24 @@ RetrievalIndex::RetrievalIndex(const std::vector<ChatMessage>& messages, const s
     std::vector<std::uint32_t> ids;
     for (std::size_t i = 0; i < count; ++i) {
         const std::string& reply = messages[positions_[i].reply].text;
-        // Prompt and reply are matched together, so a word the user wrote finds her answer.
-        joined.clear();
-        if (positions_[i].prompt != noPrompt)
-            joined = messages[positions_[i].prompt].text;
-        joined += ' ';
-        joined += reply;
+        const std::string* prompt =
+            positions_[i].prompt != noPrompt ? &messages[positions_[i].prompt].text : nullptr;
         ids.clear();
-        forEachToken(joined,
-                     [&](std::string_view token) { ids.push_back(tokenIds_.intern(token)); });
+        const auto add = [&](std::string_view token) { ids.push_back(tokenIds_.intern(token)); };
+        // Prompt and reply are matched together, so a word the user wrote finds her answer. In
+        // ASCII text the space between them only separates, so each can be cut where it lies;
+        // other text is joined first, since a space can belong to the character before it.
+        if ((prompt == nullptr || text::isAscii(*prompt)) && text::isAscii(reply)) {
+            if (prompt != nullptr) {
+                forEachToken(*prompt, add);
+            }
+            forEachToken(reply, add);
+        } else {
+            joined.assign(prompt != nullptr ? *prompt : std::string());
+            joined += ' ';
+            joined += reply;
+            forEachToken(joined, add);
+        }
         tokenCounts[i] = static_cast<std::uint32_t>(ids.size());
 
         std::sort(ids.begin(), ids.end());
@@ -189,26 +222,61 @@ RetrievalIndex::RetrievalIndex(const std::vector<ChatMessage>& messages, const s
         postingStarts_[id + 1] = postingStarts_[id] + documentCounts[id];
     }
 
-    // Rank the exchanges that have tokens by the most one unit of shared weight can score in them.
-    std::vector<double> ceilings(count, 0.0);
+    // Rank the exchanges that have tokens by the most one unit of shared weight can score in them,
+    // damping / sqrt(token count). That depends only on the pair (damping, token count), so the
+    // exchanges are counted into one bucket per pair, buckets in ceiling order, archive order
+    // within a bucket.
+    const auto ceilingOf = [](Damping d, std::uint32_t tokens) {
+        const double factor = d == Damping::shortReply  ? kShortReplyFactor
+                              : d == Damping::longReply ? kLongReplyFactor
+                                                        : 1.0;
+        return factor / std::sqrt(static_cast<double>(tokens));
+    };
+    const auto bucketOf = [&](std::size_t i) {
+        return static_cast<std::size_t>(tokenCounts[i]) * 3 + static_cast<std::size_t>(damping[i]);
+    };
+    std::vector<std::uint32_t> bucketStart;
     for (std::size_t i = 0; i < count; ++i) {
-        if (tokenCounts[i] == 0)
+        if (tokenCounts[i] == 0) {
             continue;
-        const double factor = damping[i] == Damping::shortReply  ? kShortReplyFactor
-                              : damping[i] == Damping::longReply ? kLongReplyFactor
-                                                                 : 1.0;
-        ceilings[i] = factor / std::sqrt(static_cast<double>(tokenCounts[i]));
-        exchangeAtRank_.push_back(static_cast<std::uint32_t>(i));
+        }
+        const std::size_t bucket = bucketOf(i);
+        if (bucket >= bucketStart.size()) {
+            bucketStart.resize(bucket + 1, 0);
+        }
+        ++bucketStart[bucket];
     }
-    std::stable_sort(exchangeAtRank_.begin(), exchangeAtRank_.end(),
-                     [&](std::uint32_t a, std::uint32_t b) { return ceilings[a] > ceilings[b]; });
+    std::vector<std::size_t> buckets;
+    for (std::size_t bucket = 0; bucket < bucketStart.size(); ++bucket) {
+        if (bucketStart[bucket] != 0) {
+            buckets.push_back(bucket);
+        }
+    }
+    const auto bucketCeiling = [&](std::size_t bucket) {
+        return ceilingOf(static_cast<Damping>(bucket % 3), static_cast<std::uint32_t>(bucket / 3));
+    };
+    std::stable_sort(buckets.begin(), buckets.end(), [&](std::size_t a, std::size_t b) {
+        return bucketCeiling(a) > bucketCeiling(b);
+    });
+    std::uint32_t placed = 0;
+    for (const std::size_t bucket : buckets) {
+        const std::uint32_t size = bucketStart[bucket];
+        bucketStart[bucket] = placed;
+        placed += size;
+    }
+    exchangeAtRank_.resize(placed);
+    for (std::size_t i = 0; i < count; ++i) {
+        if (tokenCounts[i] != 0) {
+            exchangeAtRank_[bucketStart[bucketOf(i)]++] = static_cast<std::uint32_t>(i);
+        }
+    }
     const std::size_t ranked = exchangeAtRank_.size();
     ceiling_.resize(ranked);
     rootTokenCount_.resize(ranked);
     damping_.resize(ranked);
     for (std::size_t rank = 0; rank < ranked; ++rank) {
         const std::uint32_t i = exchangeAtRank_[rank];
-        ceiling_[rank] = ceilings[i];
+        ceiling_[rank] = ceilingOf(damping[i], tokenCounts[i]);
         rootTokenCount_[rank] = std::sqrt(static_cast<double>(tokenCounts[i]));
         damping_[rank] = damping[i];
     }
