@@ -48,16 +48,22 @@ std::string joined(const std::vector<std::string>& items, const std::string& sep
     return out;
 }
 
-// Half away from zero, as a reader rounds 12.5 to 13.
+// Half away from zero, as a reader rounds 12.5 to 13. A damaged stored record may hold any
+// number; it is held to a range where the card's arithmetic cannot overflow.
 long long rounded(double value) {
-    return std::llround(value);
+    constexpr double kLargest = 1e15;
+    if (std::isnan(value))
+        return 0;
+    return std::llround(std::clamp(value, -kLargest, kLargest));
 }
 
 // One decimal with a full stop whatever the process locale, as "%.1f" in the C locale.
 std::string oneDecimal(double value) {
-    char buffer[64];
+    char buffer[400];  // the longest double written in full is 309 digits
     const auto result =
         std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, 1);
+    if (result.ec != std::errc())
+        return {};
     return std::string(buffer, result.ptr);
 }
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -155,6 +156,21 @@ TEST(VoiceCard, RhythmParagraphNamesTheHourReplySpeedAndSpan) {
     stats.lastDate = LocalTime::fromCivil({2024, 7, 1, 2, 0, 0});
     EXPECT_EQ(rhythm(stats),
               "She writes most around 9 am. These messages run from March 2019 to July 2024.");
+}
+
+TEST(VoiceCard, DamagedNumbersStillGiveACard) {
+    PersonaStats stats;
+    stats.averageWords = 1e300;
+    stats.longestWords = std::numeric_limits<long long>::max();
+    stats.averageBurst = 1e300;
+    stats.emojiRate = std::numeric_limits<double>::quiet_NaN();
+    stats.topEmoji = {"\U0001F64F"};
+    stats.medianReplySeconds = std::numeric_limits<double>::infinity();
+    stats.hourHistogram.assign(30, 0);
+    stats.hourHistogram[29] = 1;
+    const std::string card = PersonaBuilder::card("Amma", "Mother", stats);
+    EXPECT_EQ(card.rfind("Amma is your mother. She writes short messages", 0), 0u);
+    EXPECT_NE(card.find("Her emoji are \U0001F64F, in roughly 0 messages"), std::string::npos);
 }
 
 }  // namespace
