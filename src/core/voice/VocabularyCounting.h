@@ -37,7 +37,7 @@ public:
 private:
     struct Token {
         std::size_t characters;
-        bool joinsCleanly;  // its length adds up when joined with spaces (see tokenNumber)
+        bool joinsCleanly;  // its length adds up when joined with spaces (see newToken)
     };
     struct Occurrence {
         std::uint32_t first, second, third;  // token numbers + 1; third is 0 for two tokens
@@ -65,6 +65,7 @@ private:
     std::uint32_t nextOrdinal_ = 0;
     std::string scratch_;
 };
+
 /// Counts the letter runs of at least 4 characters that are not stopwords.
 void tallyTopicWords(const std::vector<std::string_view>& lowercaseLetterRuns,
                      CountingTable& table);
