@@ -46,24 +46,13 @@ std::vector<std::string> replies(const std::vector<Exchange>& found) {
     return texts;
 }
 
-TEST(RetrievalIndex, TokensAreLowercasedRunsOfTwoCharactersOrMoreWithoutStopwords) {
-    EXPECT_EQ(RetrievalIndex::tokenize("Is it OK? ok"),
-              (std::vector<std::string>{"is", "it", "ok", "ok"}));
-    EXPECT_TRUE(RetrievalIndex::tokenize("you and the, a I").empty());
-    EXPECT_EQ(RetrievalIndex::tokenize(
-                  "Did you eat rice-2day? \u00E9 \u00E9t\u00E9 \u0C05\u0C2E\u0C4D\u0C2E"),
-              (std::vector<std::string>{"eat", "rice", "2day", "\u00E9t\u00E9",
-                                        "\u0C05\u0C2E\u0C4D\u0C2E"}));
-}
-
 // ASCII text is tokenized in one pass of its own; it must agree with the shared text rules.
-TEST(RetrievalIndex, TokensFollowTheSharedTextRulesOnAnyText) {
+TEST(RetrievalIndex, TokensAreLowercasedRunsOfTwoCharactersOrMoreWithoutStopwords) {
+    EXPECT_EQ(RetrievalIndex::tokenize("Is it OK? you and the, a I \u00E9 \u00C9t\u00E9"),
+              (std::vector<std::string>{"is", "it", "ok", "\u00E9t\u00E9"}));
     const std::vector<std::string> pieces = {
-        "Rice",       "a",   "ZZ",   "09",
-        " ",          "!",   "'",    "\r\n",
-        "\t",         "the", "WITH", "\u00C9t\u00E9",
-        "\U0001F64F", "@",   "_",    "[",
-        "`",          "{",   "\x7F", "\u0C05\u0C2E\u0C4D\u0C2E"};
+        "Rice", "a",      "ZZ",         "09", " ", "!", "'", "\r\n", "\t",  "the",
+        "WITH", "\u00C9", "\U0001F64F", "@",  "_", "[", "`", "{",    "\x7F"};
     std::mt19937 random(5);
     std::uniform_int_distribution<std::size_t> pick(0, pieces.size() - 1);
     std::uniform_int_distribution<int> length(0, 10);
@@ -74,35 +63,26 @@ TEST(RetrievalIndex, TokensFollowTheSharedTextRulesOnAnyText) {
         std::vector<std::string> expected;
         const std::string lowered = text::lowercase(s);
         for (const std::string_view run : text::letterOrNumberRuns(lowered)) {
-            const std::string token(run);
-            const bool stopword = token == "the" || token == "with";
-            if (text::characterCount(run) >= 2 && !stopword)
-                expected.push_back(token);
+            if (text::characterCount(run) >= 2 && run != "the" && run != "with") {
+                expected.emplace_back(run);
+            }
         }
         ASSERT_EQ(RetrievalIndex::tokenize(s), expected) << s;
     }
 }
 
-TEST(RetrievalIndex, EmptyIndexFindsNothing) {
+TEST(RetrievalIndex, SearchMatchesPromptsAndRepliesAndNeedsARealToken) {
     EXPECT_TRUE(RetrievalIndex().search("rice", 6).empty());
     const std::vector<ChatMessage> hisOnly = {{"1", "Ravi", "rice", 0}};
-    const RetrievalIndex withoutHer(hisOnly, kHer);
-    EXPECT_EQ(withoutHer.exchangeCount(), 0u);
-    EXPECT_TRUE(withoutHer.exchanges().empty());
-    EXPECT_TRUE(withoutHer.search("rice", 6).empty());
-    EXPECT_TRUE(withoutHer.onThisDay(0).empty());
-}
+    EXPECT_EQ(RetrievalIndex(hisOnly, kHer).exchangeCount(), 0u);
 
-TEST(RetrievalIndex, SearchMatchesPromptsAndRepliesAndNeedsARealToken) {
     const std::vector<ChatMessage> archive = conversation({
         {"ate rice?", "yes kanna"},
         {"going out", "take an umbrella"},
     });
     const RetrievalIndex index(archive, kHer);
-    ASSERT_EQ(index.exchangeCount(), 2u);
-    EXPECT_EQ(index.exchange(0).prompt, "ate rice?");
-    EXPECT_EQ(index.exchange(1).reply, archive[3]);
     EXPECT_EQ(index.exchanges(), pairExchanges(archive, kHer));
+    EXPECT_EQ(index.exchange(1).reply, archive[3]);
     EXPECT_EQ(replies(index.search("did you eat rice", 6)),
               (std::vector<std::string>{"yes kanna"}));
     EXPECT_EQ(replies(index.search("Umbrella!", 6)),
@@ -110,7 +90,6 @@ TEST(RetrievalIndex, SearchMatchesPromptsAndRepliesAndNeedsARealToken) {
     EXPECT_TRUE(index.search("you and the", 6).empty());
     EXPECT_TRUE(index.search("nothing shared", 6).empty());
     EXPECT_TRUE(index.search("rice", 0).empty());
-    EXPECT_TRUE(index.search("rice", -1).empty());
 }
 
 TEST(RetrievalIndex, WeightsAreLnOfExchangesOverDocumentFrequencyPlusOne) {

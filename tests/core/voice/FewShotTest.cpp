@@ -20,10 +20,6 @@ std::string numbered(const char* prefix, int n) {
     return text;
 }
 
-Exchange answer(std::optional<std::string> prompt, const std::string& reply) {
-    return Exchange{std::move(prompt), ChatMessage{"R", kHer, reply, 0}};
-}
-
 // An archive of (prompt, reply) pairs one minute apart, an hour between pairs.
 std::vector<ChatMessage> conversation(const std::vector<std::pair<std::string, std::string>>& pairs,
                                       Timestamp start = 1'600'000'000) {
@@ -45,23 +41,27 @@ std::vector<std::string> replies(const std::vector<Exchange>& bank) {
 }
 
 TEST(FewShot, CharacteristicnessRewardsTypicalLengthEmojiQuestionsAndEndearments) {
-    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer("hi", "Did you eat kanna?")), 5.7);
-    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer("are you home", "Did you eat kanna?")),
-                     6.7);
-    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer(std::nullopt, "a b c d e f g")), 3.4);
-    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer(std::nullopt, "ok")), 1.0);
-    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer(std::nullopt, "a b c d e f g h i j k l m")),
-                     1.0);
-    // The endearment counts once, as a whole letter run, in any case; "Kannamma" is not "kanna".
-    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer(std::nullopt, "KANNA, kanna!")), 3.9);
-    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer(std::nullopt, "Kannamma come")), 1.4);
-    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer(std::nullopt, "Tinnava KANNA? \U0001F64F")),
-                     7.3);
-    // Emoji from U+238D up count; a keycap digit does not.
-    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer(std::nullopt, "love you \U0001F64F")), 3.8);
-    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer(std::nullopt, "call 1\uFE0F\u20E3")), 1.4);
-    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer("two words", "ok")), 1.0);
-    EXPECT_DOUBLE_EQ(FewShot::characteristicness(answer("two  words\tthree", "ok")), 1.0);
+    const struct {
+        std::optional<std::string> prompt;
+        std::string reply;
+        double score;
+    } cases[] = {
+        {"hi", "Did you eat kanna?", 5.7},            // 4 words: 2.2, a question, an endearment
+        {"are you home", "Did you eat kanna?", 6.7},  // and a prompt of 3 words
+        {std::nullopt, "a b c d e f g", 3.4},
+        {"two  words\tthree", "ok", 1.0},
+        {std::nullopt, "a b c d e f g h i j k l m", 1.0},
+        {std::nullopt, "KANNA, kanna!", 3.9},  // the endearment counts once, in any case
+        {std::nullopt, "Kannamma come", 1.4},  // a whole letter run must match
+        {std::nullopt, "Tinnava KANNA? \U0001F64F", 7.3},
+        {std::nullopt, "call 1\uFE0F\u20E3", 1.4},  // a keycap is no emoji
+    };
+    for (const auto& c : cases) {
+        EXPECT_DOUBLE_EQ(FewShot::characteristicness({c.prompt, {"R", kHer, c.reply, 0}}), c.score)
+            << c.reply;
+    }
+    EXPECT_EQ(FewShot::tokenize("Don't GO, go 2day! a \U0001F64F"),
+              (std::vector<std::string>{"don", "t", "go", "go", "2day", "a"}));
 }
 
 TEST(FewShot, BankTakesOnlyRepliesWithPromptsOfTwoToFortyWordsWithoutLinks) {
@@ -88,32 +88,20 @@ TEST(FewShot, BankTakesOnlyRepliesWithPromptsOfTwoToFortyWordsWithoutLinks) {
     EXPECT_TRUE(FewShot::mine(archive, "Nobody", 30).empty());
 }
 
-TEST(FewShot, BankPrefersHigherScoresSkipsNearRepeatsAndReturnsOldestFirst) {
+TEST(FewShot, BankSkipsNearRepeatsButNotTokenlessReplies) {
     const std::vector<ChatMessage> archive = conversation({
         {"hi", "i will eat now ok"},      // 5 words: 2.6
-        {"hi", "ok ma i will eat now"},   // 6 words + "ma": 5.5, same tokens as the first
+        {"hi", "ok ma i will eat now"},   // 5.5, and the same tokens as the first
         {"hi", "\U0001F64F \U0001F64F"},  // no tokens: never too close to anything
         {"hi", "\U0001F64F \U0001F64F \U0001F64F"},
-        {"hi", "went to the temple today"},     // 5 words: 2.6, same score as the first
         {"hi", "temple today was so crowded"},  // shares 2 of 5 tokens: 0.4, kept
+        {"hi", "went to the temple today"},
     });
-    const std::vector<Exchange> bank = FewShot::mine(archive, kHer, 30);
-    EXPECT_EQ(replies(bank), (std::vector<std::string>{
-                                 "ok ma i will eat now", "\U0001F64F \U0001F64F",
-                                 "\U0001F64F \U0001F64F \U0001F64F", "went to the temple today",
-                                 "temple today was so crowded"}));
-    EXPECT_EQ(bank.front().prompt, "hi");
-
-    // With a limit the highest scores win; among equal scores the earlier exchange.
-    EXPECT_EQ(replies(FewShot::mine(archive, kHer, 3)),
-              (std::vector<std::string>{"ok ma i will eat now", "\U0001F64F \U0001F64F",
-                                        "\U0001F64F \U0001F64F \U0001F64F"}));
-    const std::vector<ChatMessage> tie = conversation({
-        {"hi", "i will eat now ok"},
-        {"hi", "now ok i will eat"},
-    });
-    EXPECT_EQ(replies(FewShot::mine(tie, kHer, 30)),
-              (std::vector<std::string>{"i will eat now ok"}));
+    EXPECT_EQ(
+        replies(FewShot::mine(archive, kHer, 30)),
+        (std::vector<std::string>{"ok ma i will eat now", "\U0001F64F \U0001F64F",
+                                  "\U0001F64F \U0001F64F \U0001F64F", "temple today was so crowded",
+                                  "went to the temple today"}));
 }
 
 TEST(FewShot, BankIsSortedByReplyDateNotByScore) {
@@ -175,7 +163,7 @@ std::vector<std::string> referenceBank(const std::vector<ChatMessage>& archive, 
 TEST(FewShot, BankEqualsThePlainDefinitionOnAGeneratedArchive) {
     const std::vector<std::string> words = {"Ok",   "ma",       "kanna", "eat",        "rice",
                                             "did",  "you",      "?",     "\U0001F64F", "home",
-                                            "come", "http://x", "da",    "now"};
+                                            "come", "http://x", "da"};
     std::mt19937 random(9);
     std::uniform_int_distribution<std::size_t> word(0, words.size() - 1);
     std::uniform_int_distribution<int> length(1, 14), percent(0, 99);
@@ -195,12 +183,6 @@ TEST(FewShot, BankEqualsThePlainDefinitionOnAGeneratedArchive) {
         EXPECT_EQ(replies(FewShot::mine(archive, kHer, limit)), referenceBank(archive, limit))
             << "limit " << limit;
     }
-}
-
-TEST(FewShot, TokensAreLowercasedLetterOrNumberRunsWithDuplicates) {
-    EXPECT_EQ(FewShot::tokenize("Don't GO, go 2day! a"),
-              (std::vector<std::string>{"don", "t", "go", "go", "2day", "a"}));
-    EXPECT_TRUE(FewShot::tokenize("\U0001F64F !!").empty());
 }
 
 }  // namespace
