@@ -99,7 +99,7 @@ void printBank(const std::vector<Exchange>& bank, const std::string& speaker, st
 
 void printRetrieval(const RetrievalIndex& index, const std::optional<std::string>& query,
                     std::ostream& out) {
-    rule("RETRIEVAL  (" + std::to_string(index.exchanges().size()) + " exchanges indexed)", out);
+    rule("RETRIEVAL  (" + std::to_string(index.exchangeCount()) + " exchanges indexed)", out);
     const std::vector<std::string> queries =
         query ? std::vector<std::string>{*query}
               : std::vector<std::string>{"i haven't eaten yet", "work is stressful today",
