@@ -13,6 +13,7 @@
 #include <unordered_map>
 
 #include "importer/LineParser.h"
+#include "importer/ParsePipeline.h"
 #include "importer/TextDecoding.h"
 #include "text/TextRules.h"
 
@@ -62,6 +63,8 @@ public:
     /// Up to `capacity` bytes; 0 at the end; nothing after a failure (see error()).
     virtual std::optional<size_t> read(char* buffer, size_t capacity) = 0;
     virtual bool restart() = 0;
+    /// How many bytes there are to read, as far as known (0 when not).
+    virtual size_t size() const = 0;
     const ImportError& error() const { return error_; }
 
 protected:
@@ -70,8 +73,8 @@ protected:
 
 class FileSource : public ByteSource {
 public:
-    FileSource(int descriptor, std::filesystem::path path)
-        : descriptor_(descriptor), path_(std::move(path)) {}
+    FileSource(int descriptor, std::filesystem::path path, size_t size)
+        : descriptor_(descriptor), path_(std::move(path)), size_(size) {}
     ~FileSource() override { ::close(descriptor_); }
     FileSource(const FileSource&) = delete;
     FileSource& operator=(const FileSource&) = delete;
@@ -92,9 +95,12 @@ public:
         return false;
     }
 
+    size_t size() const override { return size_; }
+
 private:
     int descriptor_;
     std::filesystem::path path_;
+    size_t size_;
 };
 
 struct ZipCloser {
@@ -127,6 +133,15 @@ public:
         return false;
     }
 
+    size_t size() const override {
+        zip_stat_t stat;
+        zip_stat_init(&stat);
+        if (zip_stat_index(archive_, index_, 0, &stat) != 0 || !(stat.valid & ZIP_STAT_SIZE)) {
+            return 0;
+        }
+        return static_cast<size_t>(stat.size);
+    }
+
 private:
     void close() {
         if (file_ != nullptr) zip_fclose(file_);
@@ -143,7 +158,8 @@ class LineFeeder {
 public:
     explicit LineFeeder(LineParser& parser) : parser_(parser) {}
 
-    void feed(std::string_view text) {
+    /// `lasting`: the text stays valid until the parser's current batch has been assembled.
+    void feed(std::string_view text, bool lasting) {
         while (!text.empty()) {
             const size_t newline = text.find('\n');
             if (newline == std::string_view::npos) {
@@ -151,10 +167,10 @@ public:
                 return;
             }
             if (partial_.empty()) {
-                parser_.addLine(text.substr(0, newline), true);
+                parser_.addLine(text.substr(0, newline), true, lasting);
             } else {
                 partial_.append(text.substr(0, newline));
-                parser_.addLine(partial_, true);
+                parser_.addLine(partial_, true, false);
                 partial_.clear();
             }
             text.remove_prefix(newline + 1);
@@ -162,7 +178,7 @@ public:
     }
 
     void finish() {
-        parser_.addLine(partial_, false);
+        parser_.addLine(partial_, false, false);
         partial_.clear();
     }
 
@@ -173,6 +189,7 @@ private:
 
 // Fills `buffer` from the start of `source` as far as `length` bytes or the end.
 std::optional<size_t> readHead(ByteSource& source, std::string& buffer, size_t length) {
+    buffer.resize(length);
     size_t filled = 0;
     while (filled < length) {
         const std::optional<size_t> got = source.read(buffer.data() + filled, length - filled);
@@ -180,54 +197,97 @@ std::optional<size_t> readHead(ByteSource& source, std::string& buffer, size_t l
         if (*got == 0) break;
         filled += *got;
     }
+    buffer.resize(filled);
     return filled;
 }
 
+// Why a pass over the bytes stopped early.
+enum class Stop { none, readFailed, notUtf8 };
+
+// Reads, decodes and parses the source once. Runs on the parsing pipeline's worker thread for
+// large texts; `stop` says why it gave up.
+bool feedSource(ByteSource& source, TextDecoding::Detection detection, Encoding encoding,
+                LineParser& parser, ParsePipeline::Handover& handover, Stop& stop) {
+    LineFeeder lines(parser);
+    TextDecoding::Decoder decoder(encoding);
+    size_t markLeft = detection.markLength;
+    while (!parser.needsSecondPass()) {
+        std::unique_ptr<std::string> bytes = handover.buffer();
+        bytes->resize(kPieceSize);
+        const std::optional<size_t> got = source.read(bytes->data(), bytes->size());
+        if (!got) {
+            stop = Stop::readFailed;
+            return false;
+        }
+        if (*got == 0) break;
+        bytes->resize(*got);
+        std::string_view piece(*bytes);
+        const size_t mark = std::min(markLeft, piece.size());
+        piece.remove_prefix(mark);
+        markLeft -= mark;
+        // Well-formed UTF-8 is parsed where it lies; other encodings are converted first. The
+        // batch keeps the text its drafts point into.
+        DraftBatch batch;
+        if (encoding == Encoding::utf8) {
+            const bool wellFormed = decoder.decodeInto(
+                piece, [&](std::string_view text, bool inBytes) { lines.feed(text, inBytes); });
+            if (!wellFormed) {
+                stop = Stop::notUtf8;
+                return false;
+            }
+            batch = parser.takeBatch();
+        } else {
+            std::unique_ptr<std::string> text = handover.buffer();
+            text->clear();
+            decoder.decode(piece, *text);
+            lines.feed(*text, true);
+            batch = parser.takeBatch();
+            batch.keep(std::move(text));
+        }
+        batch.keep(std::move(bytes));
+        if (!handover.send(std::move(batch))) return false;
+    }
+    if (!parser.needsSecondPass()) {
+        std::string rest;
+        if (!decoder.finish(rest)) {
+            stop = Stop::notUtf8;
+            return false;
+        }
+        lines.feed(rest, false);
+        lines.finish();
+    }
+    return true;
+}
+
 Expected<std::vector<ChatMessage>, ImportError> readMessages(ByteSource& source) {
-    std::string buffer(kPieceSize, '\0');
-    const std::optional<size_t> headLength =
-        readHead(source, buffer, TextDecoding::kDetectionLength);
-    if (!headLength) return unexpected(source.error());
-    const TextDecoding::Detection detection =
-        TextDecoding::detect(std::string_view(buffer.data(), *headLength));
+    std::string head;
+    if (!readHead(source, head, TextDecoding::kDetectionLength)) {
+        return unexpected(source.error());
+    }
+    const TextDecoding::Detection detection = TextDecoding::detect(head);
+    const size_t size = source.size();
+    const bool concurrent = ParsePipeline::worthAThread(size);
 
     Encoding encoding = detection.encoding;
     std::optional<DateOrder> order;
     // At most: UTF-8 with the order settled late, then Latin-1 likewise.
     for (int pass = 0; pass < 4; ++pass) {
         if (!source.restart()) return unexpected(source.error());
-        LineParser parser(order);
-        LineFeeder lines(parser);
-        TextDecoding::Decoder decoder(encoding);
-        size_t markLeft = detection.markLength;
-        bool wellFormed = true;
-        while (wellFormed && !parser.needsSecondPass()) {
-            const std::optional<size_t> got = source.read(buffer.data(), buffer.size());
-            if (!got) return unexpected(source.error());
-            if (*got == 0) break;
-            std::string_view piece(buffer.data(), *got);
-            const size_t mark = std::min(markLeft, piece.size());
-            piece.remove_prefix(mark);
-            markLeft -= mark;
-            wellFormed = decoder.decodeInto(piece, [&](std::string_view text) { lines.feed(text); });
-        }
-        if (wellFormed && !parser.needsSecondPass()) {
-            std::string rest;
-            wellFormed = decoder.finish(rest);
-            lines.feed(rest);
-        }
-        if (!wellFormed) {
+        Stop stop = Stop::none;
+        ParsePipeline::Run run = ParsePipeline::run(
+            [&](LineParser& parser, ParsePipeline::Handover& handover) {
+                return feedSource(source, detection, encoding, parser, handover, stop);
+            },
+            order, size, concurrent);
+        if (stop == Stop::readFailed) return unexpected(source.error());
+        if (stop == Stop::notUtf8) {
             // Not UTF-8 after all: read it all again as Latin-1, order undecided again.
             encoding = Encoding::latin1;
             order.reset();
             continue;
         }
-        lines.finish();
-        if (const std::optional<DateOrder> settled = parser.finish()) {
-            order = settled;
-            continue;
-        }
-        return parser.takeMessages();
+        if (!run.secondPassOrder) return std::move(run.messages);
+        order = run.secondPassOrder;
     }
     return std::vector<ChatMessage>{};  // not reached: the last pass has both settled
 }
@@ -245,8 +305,9 @@ std::vector<SenderCount> countSenders(const std::vector<ChatMessage>& messages) 
     return senders;
 }
 
-Expected<Result, ImportError> loadText(int descriptor, const std::filesystem::path& path) {
-    FileSource source(descriptor, path);
+Expected<Result, ImportError> loadText(int descriptor, const std::filesystem::path& path,
+                                       const struct stat& info) {
+    FileSource source(descriptor, path, static_cast<size_t>(std::max<off_t>(info.st_size, 0)));
     auto messages = readMessages(source);
     if (!messages) return unexpected(messages.error());
     Result result;
@@ -316,7 +377,7 @@ Expected<Result, ImportError> load(const std::filesystem::path& path) {
     }
     const std::string extension = path.extension().string();
     const bool isZip = extension.size() == 4 && endsWithIgnoringAsciiCase(extension, ".zip");
-    auto loaded = isZip ? loadZip(descriptor, info) : loadText(descriptor, path);
+    auto loaded = isZip ? loadZip(descriptor, info) : loadText(descriptor, path, info);
     if (!loaded) return loaded;
     loaded->senders = countSenders(loaded->messages);
     return loaded;

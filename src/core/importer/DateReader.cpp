@@ -32,6 +32,7 @@ namespace {
 using std::size_t;
 
 constexpr long long kTooLarge = 1'000'000'000'000LL;  // past any field's range; stops overflow
+constexpr long long kLastYear = 32767;
 
 class Text {
 public:
@@ -73,6 +74,9 @@ int digitValue(UChar32 c) {
 }
 
 size_t skipSpaces(const Text& text, size_t i) {
+    if (text.atEnd(i)) return i;
+    const auto first = static_cast<unsigned char>(text.byte(i));
+    if (first > ' ' && first < 0x80) return i;  // the usual case: no space at all
     while (!text.atEnd(i)) {
         size_t next = 0;
         if (!isParseSpace(text.at(i, next))) break;
@@ -89,6 +93,21 @@ struct Number {
 // [white space] [minus] digits. A negative number fails at once: no field here takes one, and
 // ICU refuses them by range. A minus before zero reads as zero, as in ICU.
 std::optional<Number> readNumber(const Text& text, size_t& i) {
+    // Nearly every number in an export is one to four ASCII digits followed by ASCII.
+    {
+        size_t end = i;
+        long long value = 0;
+        while (end < text.size() && end - i < 12 && text.byte(end) >= '0' && text.byte(end) <= '9') {
+            value = value * 10 + (text.byte(end) - '0');
+            ++end;
+        }
+        if (end > i && end - i < 12 &&
+            (text.atEnd(end) || static_cast<unsigned char>(text.byte(end)) < 0x80)) {
+            const bool twoDigits = end - i == 2;
+            i = end;
+            return Number{value, twoDigits};
+        }
+    }
     size_t at = skipSpaces(text, i);
     if (text.atEnd(at)) return std::nullopt;
     size_t next = 0;
@@ -168,38 +187,63 @@ struct TimePart {
     int second = 0;
 };
 
-// "h:mm[:ss] a" or "HH:mm[:ss]", to the end of the text.
-std::optional<TimePart> readTimePart(const Text& text, size_t i, Clock clock, bool withSeconds) {
-    std::optional<Number> hour = readNumber(text, i);
-    if (!hour || !readLiteral(text, i, ':')) return std::nullopt;
-    std::optional<Number> minute = readNumber(text, i);
-    if (!minute) return std::nullopt;
-    std::optional<Number> second;
-    if (withSeconds) {
-        if (!readLiteral(text, i, ':')) return std::nullopt;
-        second = readNumber(text, i);
-        if (!second) return std::nullopt;
+// The time after the date, read once for all ten formats: "h:mm" or "HH:mm", then the four
+// endings the formats allow — nothing, ":ss", " a", ":ss a" — each noted if it reads to the end.
+class TimeReading {
+public:
+    TimeReading(const Text& text, size_t i) {
+        const std::optional<Number> hour = readNumber(text, i);
+        if (!hour || !readLiteral(text, i, ':')) return;
+        const std::optional<Number> minute = readNumber(text, i);
+        if (!minute) return;
+        hour_ = hour->value;
+        minute_ = minute->value;
+        readEnding(text, i, false);
+        if (readLiteral(text, i, ':')) {
+            if (const std::optional<Number> second = readNumber(text, i)) {
+                second_ = second->value;
+                readEnding(text, i, true);
+            }
+        }
     }
-    TimePart time;
-    if (clock == Clock::twelveHour) {
-        if (!readSpaces(text, i)) return std::nullopt;
+
+    /// The time as the format with this clock, with or without seconds, reads it.
+    std::optional<TimePart> as(Clock clock, bool withSeconds) const {
+        const Ending& ending = endings_[withSeconds ? 1 : 0];
+        TimePart time;
+        if (clock == Clock::twelveHour) {
+            if (!ending.amPm) return std::nullopt;
+            // "12" is the first hour of its half of the day; 13 and later are not 12-hour hours.
+            const long long hour = hour_ == 12 ? 0 : hour_;
+            if (hour > 11) return std::nullopt;
+            time.hour = static_cast<int>(hour) + (*ending.amPm ? 12 : 0);
+        } else {
+            if (!ending.bare || hour_ > 23) return std::nullopt;
+            time.hour = static_cast<int>(hour_);
+        }
+        if (minute_ > 59 || (withSeconds && second_ > 59)) return std::nullopt;
+        time.minute = static_cast<int>(minute_);
+        time.second = withSeconds ? static_cast<int>(second_) : 0;
+        return time;
+    }
+
+private:
+    struct Ending {
+        bool bare = false;          // the text ends here
+        std::optional<bool> amPm;   // " AM" or " PM" (true) ends the text here
+    };
+
+    void readEnding(const Text& text, size_t i, bool withSeconds) {
+        Ending& ending = endings_[withSeconds ? 1 : 0];
+        ending.bare = text.atEnd(i);
+        if (!readSpaces(text, i)) return;
         const std::optional<bool> pm = readAmPm(text, i);
-        if (!pm) return std::nullopt;
-        // "12" is the first hour of its half of the day; 13 and later are not 12-hour hours.
-        const long long h = hour->value == 12 ? 0 : hour->value;
-        if (h > 11) return std::nullopt;
-        time.hour = static_cast<int>(h) + (*pm ? 12 : 0);
-    } else {
-        if (hour->value > 23) return std::nullopt;
-        time.hour = static_cast<int>(hour->value);
+        if (pm && text.atEnd(i)) ending.amPm = pm;
     }
-    if (!text.atEnd(i) || minute->value > 59 || (second && second->value > 59)) {
-        return std::nullopt;
-    }
-    time.minute = static_cast<int>(minute->value);
-    time.second = second ? static_cast<int>(second->value) : 0;
-    return time;
-}
+
+    long long hour_ = 0, minute_ = 0, second_ = 0;
+    Ending endings_[2];
+};
 
 bool isLeapYear(long long year) {
     // Julian leap years before the Gregorian reform, as ICU's calendar counts them.
@@ -228,8 +272,9 @@ CivilTime julianToGregorian(int year, int month, int day) {
 
 std::optional<Timestamp> momentOf(long long year, long long month, long long day,
                                   const TimePart& time) {
-    // LocalTime reads years up to 99999; ICU would go on to 5828962, which no export carries.
-    if (year < 1 || year > 99999 || month < 1 || month > 12 || day < 1 ||
+    // The calendar arithmetic (std::chrono) ends with year 32767; ICU would go on to 5828962,
+    // which no export carries.
+    if (year < 1 || year > kLastYear || month < 1 || month > 12 || day < 1 ||
         day > monthLength(year, static_cast<int>(month))) {
         return std::nullopt;
     }
@@ -306,29 +351,54 @@ constexpr std::array<Format, 10> kFormats = {{
     {'-', YearDigits::four, Clock::twentyFourHour, false},
 }};
 
-std::optional<Timestamp> readJoined(const Text& text, DateOrder order) {
-    std::optional<DatePart> slashed;
-    bool slashedRead = false;
+// readDatePart for the joined text of `dateField`. When the field holds no comma, the comma of
+// the join ends the date part, which then depends on the field alone; the messages of a day share
+// it, so each thread keeps the readings of the last field.
+std::optional<DatePart> readDatePart(const Text& text, std::string_view dateField,
+                                     char separator) {
+    constexpr size_t kLongestKept = 32;
+    if (dateField.size() > kLongestKept || dateField.find(',') != std::string_view::npos) {
+        return readDatePart(text, separator);
+    }
+    struct LastField {
+        std::array<char, kLongestKept> bytes{};
+        size_t length = kLongestKept + 1;  // matches nothing
+        std::array<std::optional<std::optional<DatePart>>, 3> bySeparator;
+    };
+    thread_local LastField last;
+    if (dateField != std::string_view(last.bytes.data(), std::min(last.length, kLongestKept)) ||
+        dateField.size() != last.length) {
+        std::copy(dateField.begin(), dateField.end(), last.bytes.begin());
+        last.length = dateField.size();
+        last.bySeparator = {};
+    }
+    auto& reading = last.bySeparator[separator == '/' ? 0 : separator == '.' ? 1 : 2];
+    if (!reading) reading = readDatePart(text, separator);
+    std::optional<DatePart> part = *reading;
+    if (part) part->end = skipSpaces(text, dateField.size() + 2);  // the time field may differ
+    return part;
+}
+
+std::optional<Timestamp> readJoined(const Text& text, std::string_view dateField,
+                                    DateOrder order) {
+    // Eight formats share the slashed date and every format the time after it: each is read
+    // once per separator.
+    char separator = 0;
+    std::optional<DatePart> part;
+    std::optional<TimeReading> time;
     for (const Format& format : kFormats) {
-        std::optional<DatePart> part;
-        if (format.separator == '/') {
-            // Eight formats share the slashed date; read it once.
-            if (!slashedRead) {
-                slashed = readDatePart(text, '/');
-                slashedRead = true;
-            }
-            part = slashed;
-        } else {
-            part = readDatePart(text, format.separator);
+        if (format.separator != separator) {
+            separator = format.separator;
+            part = readDatePart(text, dateField, separator);
+            if (part) time.emplace(text, part->end);
         }
         if (!part) continue;
-        const std::optional<TimePart> time =
-            readTimePart(text, part->end, format.clock, format.withSeconds);
-        if (!time) continue;
+        const std::optional<TimePart> clock = time->as(format.clock, format.withSeconds);
+        if (!clock) continue;
         const bool dayFirst = order == DateOrder::dayFirst;
         const long long day = dayFirst ? part->first.value : part->second.value;
         const long long month = dayFirst ? part->second.value : part->first.value;
-        if (auto moment = momentWithYear(part->year, format.year, month, day, *time)) {
+        if (auto moment = momentWithYear(part->year, format.year, month, day, *clock)) {
             return moment;
         }
     }
@@ -340,21 +410,39 @@ std::optional<Timestamp> readJoined(const Text& text, DateOrder order) {
 std::optional<Timestamp> read(std::string_view dateField, std::string_view timeField,
                               DateOrder order) {
     // Header fields are short; join them on the stack and fall back to the heap for odd ones.
+    // Messages sent in the same minute (or second) share their header date, so each thread
+    // keeps its last answer.
     constexpr size_t kInline = 96;
+    struct LastReading {
+        std::array<char, kInline> text{};
+        size_t length = kInline + 1;  // matches nothing
+        DateOrder order = DateOrder::dayFirst;
+        std::optional<Timestamp> moment;
+    };
+    thread_local LastReading last;
+
     const size_t length = dateField.size() + 2 + timeField.size();
-    if (length <= kInline) {
-        std::array<char, kInline> buffer;
-        char* out = buffer.data();
-        out = std::copy(dateField.begin(), dateField.end(), out);
-        *out++ = ',';
-        *out++ = ' ';
-        std::copy(timeField.begin(), timeField.end(), out);
-        return readJoined(Text(std::string_view(buffer.data(), length)), order);
+    if (length > kInline) {
+        std::string joined;
+        joined.reserve(length);
+        joined.append(dateField).append(", ").append(timeField);
+        return readJoined(Text(joined), dateField, order);
     }
-    std::string joined;
-    joined.reserve(length);
-    joined.append(dateField).append(", ").append(timeField);
-    return readJoined(Text(joined), order);
+    std::array<char, kInline> buffer;
+    char* out = std::copy(dateField.begin(), dateField.end(), buffer.data());
+    *out++ = ',';
+    *out++ = ' ';
+    std::copy(timeField.begin(), timeField.end(), out);
+    const std::string_view joined(buffer.data(), length);
+    if (length == last.length && order == last.order &&
+        joined == std::string_view(last.text.data(), length)) {
+        return last.moment;
+    }
+    last.moment = readJoined(Text(joined), dateField, order);
+    last.text = buffer;
+    last.length = length;
+    last.order = order;
+    return last.moment;
 }
 
 }  // namespace lumenary::DateReader

@@ -22,7 +22,7 @@ namespace DateReader {
 /// Reads dateField + ", " + timeField with the first of the ten formats that reads all of it,
 /// in the machine's time zone, or nothing. Equal to ICU's strict (non-lenient) parsing with the
 /// "en_US_POSIX" locale, except that one-digit days, minutes and seconds read as the reference
-/// platform reads them (ICU 72 rejects them), years after 99999 do not read, and a number is
+/// platform reads them (ICU 72 rejects them), years after 32767 do not read, and a number is
 /// only a run of decimal digits with an optional minus sign (ICU also takes "1e1" and "NaN").
 /// With DateOrder::monthFirst every format reads the first number as the month. Thread-safe.
 std::optional<Timestamp> read(std::string_view dateField, std::string_view timeField,

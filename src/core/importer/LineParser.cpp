@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <memory>
 
 #include "importer/LinePatterns.h"
 #include "importer/NoiseRules.h"
@@ -61,27 +62,27 @@ bool isDirectionMark(std::string_view s, size_t i) {
 
 }  // namespace
 
-void LineParser::MessageBlocks::push(ChatMessage message) {
-    if (blocks_.empty() || blocks_.back().size() == blocks_.back().capacity()) {
-        // Blocks grow to 65 536 messages (about 7 MB), large enough for the allocator to give
-        // each its own mapping, which freeing returns to the system.
-        const size_t capacity = size_t{256} << std::min<size_t>(blocks_.size(), 8);
-        blocks_.emplace_back().reserve(capacity);
+std::string_view DraftBatch::copy(std::string_view first, std::string_view second,
+                                  std::string_view third) {
+    const size_t length = first.size() + second.size() + third.size();
+    // Blocks of 64 KiB hold many short texts; a longer one gets a block of its own.
+    constexpr size_t kBlock = size_t{64} << 10;
+    char* out = nullptr;
+    if (length <= blockLeft_) {
+        out = blockEnd_ - blockLeft_;
+        blockLeft_ -= length;
+    } else {
+        const size_t size = std::max(length, kBlock);
+        blocks_.push_back(std::make_unique_for_overwrite<char[]>(size));
+        out = blocks_.back().get();
+        blockEnd_ = out + size;
+        blockLeft_ = size - length;
     }
-    blocks_.back().push_back(std::move(message));
-    ++size_;
-}
-
-std::vector<ChatMessage> LineParser::MessageBlocks::takeAll() {
-    std::vector<ChatMessage> all;
-    all.reserve(size_);
-    for (auto& block : blocks_) {
-        std::move(block.begin(), block.end(), std::back_inserter(all));
-        std::vector<ChatMessage>().swap(block);
+    char* at = out;
+    for (const std::string_view piece : {first, second, third}) {
+        if (!piece.empty()) at = std::copy(piece.begin(), piece.end(), at);
     }
-    blocks_.clear();
-    size_ = 0;
-    return all;
+    return std::string_view(out, length);
 }
 
 LineParser::LineParser(std::optional<DateOrder> fixedOrder)
@@ -92,16 +93,16 @@ void LineParser::addText(std::string_view text) {
     while (!needsSecondPass()) {
         const void* newline = std::memchr(text.data() + start, '\n', text.size() - start);
         if (newline == nullptr) {
-            addLine(text.substr(start), false);
+            addLine(text.substr(start), false, true);
             return;
         }
         const auto end = static_cast<size_t>(static_cast<const char*>(newline) - text.data());
-        addLine(text.substr(start, end - start), true);
+        addLine(text.substr(start, end - start), true, true);
         start = end + 1;
     }
 }
 
-void LineParser::addLine(std::string_view line, bool beforeNewline) {
+void LineParser::addLine(std::string_view line, bool beforeNewline, bool lasting) {
     if (needsSecondPass()) return;
     // Exports put left-to-right and right-to-left marks around names and placeholders; they
     // must not reach any field.
@@ -119,6 +120,7 @@ void LineParser::addLine(std::string_view line, bool beforeNewline) {
             }
         }
         line = withoutMarks_;
+        lasting = false;
     }
     if (beforeNewline && !line.empty() && line.back() == '\r') line.remove_suffix(1);
 
@@ -127,7 +129,7 @@ void LineParser::addLine(std::string_view line, bool beforeNewline) {
         const auto header =
             bracketed ? LinePatterns::matchBracketed(line) : LinePatterns::matchDashed(line);
         if (header) {
-            addHeader(header->date, header->time, header->sender, header->body);
+            addHeader(header->date, header->time, header->sender, header->body, lasting);
             return;
         }
         // A line that starts like a header but names no sender is a notice of the app ("Ravi
@@ -143,21 +145,27 @@ void LineParser::addLine(std::string_view line, bool beforeNewline) {
 }
 
 void LineParser::addHeader(std::string_view date, std::string_view time, std::string_view sender,
-                           std::string_view body) {
+                           std::string_view body, bool lasting) {
     noteNumbers(date);
     if (needsSecondPass()) return;
     const std::string_view text = NoiseRules::trimmedBody(body);
     if (text.empty() || NoiseRules::isNoiseTrimmed(text)) return;
-    double when = kUnread;
-    if (const std::optional<DateOrder> order = settledOrder()) {
-        when = DateReader::read(date, time, *order).value_or(kUnread);
-    } else {
-        when = DateReader::read(date, time, DateOrder::dayFirst).value_or(kUnread);
-        monthFirstReadings_.push_back(
-            DateReader::read(date, time, DateOrder::monthFirst).value_or(kUnread));
+    if (open_) batch_.drafts.push_back(*open_);
+    MessageDraft& draft = open_.emplace();
+    draft.sender = text::trimSpacesAndTabs(sender);
+    draft.text = text;
+    if (!lasting) {
+        draft.sender = batch_.copy(draft.sender);
+        draft.text = batch_.copy(draft.text);
     }
-    messages_.push(ChatMessage{uuids_.next(), std::string(text::trimSpacesAndTabs(sender)),
-                               std::string(text), when});
+    if (const std::optional<DateOrder> order = settledOrder()) {
+        draft.date = DateReader::read(date, time, *order).value_or(kUnread);
+    } else {
+        draft.date = DateReader::read(date, time, DateOrder::dayFirst).value_or(kUnread);
+        draft.monthFirstDate =
+            DateReader::read(date, time, DateOrder::monthFirst).value_or(kUnread);
+        draft.undecided = true;
+    }
 }
 
 bool LineParser::isDroppedNotice(std::string_view date, std::string_view time) {
@@ -171,36 +179,24 @@ bool LineParser::isDroppedNotice(std::string_view date, std::string_view time) {
 }
 
 void LineParser::addContinuation(std::string_view line) {
-    if (messages_.empty()) return;
+    if (!open_) return;  // lines before the first message belong to none
     const std::string_view trimmed = text::trimSpacesAndTabs(line);
     if (trimmed.empty()) return;
-    std::string& text = messages_.back().text;
-    text.push_back('\n');
-    text.append(trimmed);
+    open_->text = batch_.copy(open_->text, "\n", trimmed);
 }
 
 void LineParser::noteNumbers(std::string_view dateField) {
     if (fixedOrder_ || evidence_ == Evidence::dayFirst) return;
     const auto [first, second] = leadingNumbers(dateField);
     if (first > 12) {
-        if (evidence_ == Evidence::monthFirst) {
-            // The day-first readings of earlier messages are gone.
-            secondPassOrder_ = DateOrder::dayFirst;
-            return;
-        }
+        // After a month above 12 only month-first readings were made; the day-first ones of
+        // the messages since then are missing.
+        if (evidence_ == Evidence::monthFirst) secondPassOrder_ = DateOrder::dayFirst;
         evidence_ = Evidence::dayFirst;
-        std::vector<double>().swap(monthFirstReadings_);
     } else if (second > 12 && evidence_ == Evidence::none) {
         evidence_ = Evidence::monthFirst;
-        adoptMonthFirstReadings();
         if (noticeJudgedDayFirst_) secondPassOrder_ = DateOrder::monthFirst;
     }
-}
-
-void LineParser::adoptMonthFirstReadings() {
-    size_t i = 0;
-    messages_.forEach([&](ChatMessage& message) { message.date = monthFirstReadings_[i++]; });
-    std::vector<double>().swap(monthFirstReadings_);
 }
 
 std::optional<DateOrder> LineParser::settledOrder() const {
@@ -216,39 +212,26 @@ std::optional<DateOrder> LineParser::settledOrder() const {
     return std::nullopt;
 }
 
-std::optional<DateOrder> LineParser::finish() {
-    if (secondPassOrder_) return secondPassOrder_;
-    if (!settledOrder()) {
-        // No number above 12 anywhere: an export is written in time order, so the reading that
-        // steps back in time less often is the right one, with day first on a tie.
-        long long dayFirstSteps = 0, monthFirstSteps = 0;
-        double lastDayFirst = kUnread, lastMonthFirst = kUnread;
-        auto step = [](double date, double& last, long long& steps) {
-            if (std::isnan(date)) return;
-            if (!std::isnan(last) && date < last) ++steps;
-            last = date;
-        };
-        size_t i = 0;
-        messages_.forEach([&](const ChatMessage& message) {
-            step(message.date, lastDayFirst, dayFirstSteps);
-            step(monthFirstReadings_[i++], lastMonthFirst, monthFirstSteps);
-        });
-        if (monthFirstSteps < dayFirstSteps) {
-            if (noticeJudgedDayFirst_) {
-                secondPassOrder_ = DateOrder::monthFirst;
-                return secondPassOrder_;
-            }
-            adoptMonthFirstReadings();
-        }
+DraftBatch LineParser::takeBatch() {
+    DraftBatch done = std::move(batch_);
+    batch_ = DraftBatch();
+    if (open_) {
+        open_->sender = batch_.copy(open_->sender);
+        open_->text = batch_.copy(open_->text);
     }
-    messages_.forEach([&](ChatMessage& message) {
-        if (std::isnan(message.date)) message.date = importTime_;
-    });
-    return std::nullopt;
+    return done;
 }
 
-std::vector<ChatMessage> LineParser::takeMessages() {
-    return messages_.takeAll();
+DraftBatch LineParser::finish(ParseOutcome& outcome) {
+    if (open_ && !needsSecondPass()) batch_.drafts.push_back(*open_);
+    open_.reset();
+    outcome.secondPassOrder = secondPassOrder_;
+    outcome.order = settledOrder();
+    outcome.undecidedNoticeJudgedDayFirst = noticeJudgedDayFirst_;
+    outcome.importTime = importTime_;
+    DraftBatch last = std::move(batch_);
+    batch_ = DraftBatch();
+    return last;
 }
 
 }  // namespace lumenary

@@ -1,74 +1,93 @@
 #pragma once
-// Parsing an export one line at a time, so that the importer can feed lines as it decodes them
-// and never hold the whole text. WhatsAppParser::parse is this parser fed from a string.
+// The first stage of parsing an export: each line is matched, tested for noise and dated, and
+// each message leaves as a draft. Building the messages (ids, strings) is the second stage,
+// MessageAssembler, which may run on another thread at the same time; the two meet in
+// ParsePipeline.
 //
 // Internal to the importer.
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "common/LocalTime.h"
-#include "importer/ChatMessage.h"
 #include "importer/DateReader.h"
-#include "importer/Uuid.h"
 
 namespace lumenary {
 
-/// Not thread-safe; one per parse.
+/// A message as the parser found it; the views point into text that its batch keeps alive.
+struct MessageDraft {
+    std::string_view sender;
+    std::string_view text;
+    double date = 0;            // NaN when no format read it
+    double monthFirstDate = 0;  // the month-first reading, when `undecided`
+    bool undecided = false;     // read both ways: the date order was not known yet
+};
+
+/// Drafts and the text they point into. Moving a batch keeps its views valid.
+class DraftBatch {
+public:
+    std::vector<MessageDraft> drafts;
+
+    /// Keeps `bytes` alive as long as the batch, for drafts that point into it.
+    void keep(std::unique_ptr<std::string> bytes) { kept_.push_back(std::move(bytes)); }
+    /// Gives up the kept texts, for reuse once the batch has been read.
+    std::vector<std::unique_ptr<std::string>> takeKept() { return std::move(kept_); }
+
+    /// A copy of the concatenated pieces that lives as long as the batch.
+    std::string_view copy(std::string_view first, std::string_view second = {},
+                          std::string_view third = {});
+
+private:
+    std::vector<std::unique_ptr<std::string>> kept_;
+    std::vector<std::unique_ptr<char[]>> blocks_;
+    std::size_t blockLeft_ = 0;
+    char* blockEnd_ = nullptr;
+};
+
+/// What the parser learnt about the whole text, for the assembler's last step.
+struct ParseOutcome {
+    std::optional<DateOrder> secondPassOrder;  // set: parse the whole text again this way
+    std::optional<DateOrder> order;            // the order the text settled on, if it did
+    bool undecidedNoticeJudgedDayFirst = false;
+    Timestamp importTime = 0;                  // the date of messages whose date did not read
+};
+
+/// Not thread-safe; one per parse, used by one thread at a time.
 ///
 /// Whether the text writes the day or the month first is known only at its end, but dates are
-/// read as lines arrive. Until a number above 12 settles it, each message is read both ways. Once
-/// a month above 12 is seen the month-first reading is kept alone; if a later line then proves
-/// the text day-first after all, or an app notice was judged on a reading the end disowns, the
-/// text has to be parsed again with the order fixed: finish() says so. Real exports never do.
+/// read as lines arrive. Until a number above 12 settles it, each message is read both ways
+/// (the assembler keeps both). Once a month above 12 is seen the month-first reading alone is
+/// made; if a later line proves the text day-first after all, or an app notice was judged on a
+/// reading the end disowns, the text has to be parsed again with the order fixed. Real exports
+/// never need that.
 class LineParser {
 public:
     /// `fixedOrder`: read every date this way instead of deciding from the text.
     explicit LineParser(std::optional<DateOrder> fixedOrder = std::nullopt);
 
     /// One line of the text without its "\n"; `beforeNewline` when a "\n" followed it (a "\r"
-    /// just before that "\n" is part of the line break, not of the line).
-    void addLine(std::string_view line, bool beforeNewline);
+    /// just before that "\n" is part of the line break). `lasting`: the line's bytes stay valid
+    /// until the current batch has been assembled; otherwise what a draft needs is copied.
+    void addLine(std::string_view line, bool beforeNewline, bool lasting);
 
-    /// Splits `text` at each "\n" and adds the lines.
+    /// Splits lasting `text` at each "\n" and adds the lines.
     void addText(std::string_view text);
 
     /// True once the text is known to need a second pass; later lines are then ignored.
     bool needsSecondPass() const { return secondPassOrder_.has_value(); }
 
-    /// Ends the text. Gives the order to parse the whole text again with, or nothing when the
-    /// messages are ready for takeMessages().
-    std::optional<DateOrder> finish();
+    /// The drafts finished since the last call. The last message stays open (later lines may
+    /// continue it); what it points into is copied into the next batch.
+    DraftBatch takeBatch();
 
-    /// The messages in file order; once, after finish() gave nothing.
-    std::vector<ChatMessage> takeMessages();
+    /// Ends the text: the last message is finished into the last batch, which is returned.
+    DraftBatch finish(ParseOutcome& outcome);
 
 private:
-    // Messages in blocks that are freed one by one when the final list is built, so that a large
-    // archive never sits in memory twice.
-    class MessageBlocks {
-    public:
-        std::size_t size() const { return size_; }
-        bool empty() const { return size_ == 0; }
-        ChatMessage& back() { return blocks_.back().back(); }
-        void push(ChatMessage message);
-        /// Calls visit(message) for each message in order.
-        template <typename Visit>
-        void forEach(Visit&& visit) {
-            for (auto& block : blocks_) {
-                for (ChatMessage& message : block) visit(message);
-            }
-        }
-        std::vector<ChatMessage> takeAll();
-
-    private:
-        std::vector<std::vector<ChatMessage>> blocks_;
-        std::size_t size_ = 0;
-    };
-
     enum class Evidence {
         none,        // no number above 12 yet: read both ways
         monthFirst,  // a second number above 12
@@ -76,20 +95,18 @@ private:
     };
 
     void addHeader(std::string_view date, std::string_view time, std::string_view sender,
-                   std::string_view body);
+                   std::string_view body, bool lasting);
     bool isDroppedNotice(std::string_view date, std::string_view time);
     void addContinuation(std::string_view line);
     void noteNumbers(std::string_view dateField);
-    void adoptMonthFirstReadings();
     std::optional<DateOrder> settledOrder() const;
 
     std::optional<DateOrder> fixedOrder_;
     Evidence evidence_ = Evidence::none;
     std::optional<DateOrder> secondPassOrder_;
     bool noticeJudgedDayFirst_ = false;  // an undecided notice was judged on the day-first reading
-    std::vector<double> monthFirstReadings_;  // one per message while the order is undecided
-    MessageBlocks messages_;
-    UuidGenerator uuids_;
+    std::optional<MessageDraft> open_;   // the last message, which continuation lines extend
+    DraftBatch batch_;
     Timestamp importTime_;
     std::string withoutMarks_;
 };

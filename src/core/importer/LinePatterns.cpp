@@ -4,6 +4,8 @@
 #include <unicode/utf8.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 // How the backtracking of the patterns is followed without a regex engine.
 //
@@ -118,6 +120,13 @@ public:
         const auto* bytes = reinterpret_cast<const unsigned char*>(s_.data());
         const size_t n = s_.size();
         size_t i = from;
+        // Eight bytes at a time while none is below 0x0E or above 0x7F.
+        constexpr std::uint64_t kOnes = 0x0101010101010101ULL, kHighBits = 0x8080808080808080ULL;
+        for (; i + 8 <= n; i += 8) {
+            std::uint64_t word = 0;
+            std::memcpy(&word, bytes + i, 8);
+            if ((((word - kOnes * 0x0E) & ~word) | word) & kHighBits) break;
+        }
         for (; i < n; ++i) {
             const unsigned char b = bytes[i];
             if (b <= 0x0D) {

@@ -4,9 +4,12 @@
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "importer/WhatsAppParser.h"
@@ -47,37 +50,74 @@ constexpr std::array<std::string_view, 25> kPhrases = {
     "this message was edited",
 };
 
-// Phrases by their first two bytes: each position of a message costs one table read, and only the
-// phrases that start with the same two bytes are compared there.
+char asciiLower(char c) {
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+
+// Multi-phrase search in the manner of Wu and Manber: a window as long as the shortest phrase
+// slides along the text, and the three bytes at its end say how far it may jump without passing
+// over the start of any phrase. Most windows jump several bytes, so a message costs a few table
+// reads instead of one per byte. The tables are indexed by a hash of the three bytes, small enough
+// to stay in the first-level cache; blocks that share a hash only make a jump shorter.
 class PhraseIndex {
 public:
     PhraseIndex() {
+        shift_.fill(static_cast<std::uint8_t>(kWindow - kBlock + 1));
         for (size_t i = kPhrases.size(); i-- > 0;) {
-            const std::uint16_t key = keyAt(kPhrases[i], 0);
-            next_[i] = first_[key];
-            first_[key] = static_cast<std::uint8_t>(i + 1);
+            const std::string_view phrase = kPhrases[i];
+            for (size_t j = 0; j + kBlock <= kWindow; ++j) {
+                std::uint8_t& shift = shift_[slotAt(phrase, j)];
+                shift = std::min(shift, static_cast<std::uint8_t>(kWindow - kBlock - j));
+            }
+            starting_[slotAt(phrase, 0)].push_back(static_cast<std::uint8_t>(i));
         }
     }
 
     bool foundIn(std::string_view text) const {
-        for (size_t i = 0; i + 1 < text.size(); ++i) {
-            for (std::uint8_t entry = first_[keyAt(text, i)]; entry != 0;) {
-                const std::string_view phrase = kPhrases[entry - 1];
-                if (text.compare(i, phrase.size(), phrase) == 0) return true;
-                entry = next_[entry - 1];
+        for (size_t end = kWindow - kBlock; end + kBlock <= text.size();) {
+            const std::uint8_t shift = shift_[slotAt(text, end)];
+            if (shift > 0) {
+                end += shift;
+                continue;
             }
+            const size_t start = end - (kWindow - kBlock);
+            for (const std::uint8_t phrase : starting_[slotAt(text, start)]) {
+                if (matchesAt(text, start, kPhrases[phrase])) return true;
+            }
+            ++end;
         }
         return false;
     }
 
 private:
-    static std::uint16_t keyAt(std::string_view s, size_t i) {
-        return static_cast<std::uint16_t>(static_cast<unsigned char>(s[i]) << 8 |
-                                          static_cast<unsigned char>(s[i + 1]));
+    static constexpr size_t kWindow = [] {
+        size_t shortest = kPhrases[0].size();
+        for (const std::string_view phrase : kPhrases) shortest = std::min(shortest, phrase.size());
+        return shortest;
+    }();
+    static constexpr size_t kBlock = 3;
+    static_assert(kWindow >= kBlock && kWindow < 256, "the window must hold one block");
+    static constexpr size_t kSlots = 8192;
+
+    // OR 0x20 lowers ASCII letters and leaves the other bytes of the phrases (space, "'", "-")
+    // as they are; that it also merges some other bytes only makes a jump shorter.
+    static size_t slotAt(std::string_view s, size_t i) {
+        const unsigned a = static_cast<unsigned char>(s[i]) | 0x20;
+        const unsigned b = static_cast<unsigned char>(s[i + 1]) | 0x20;
+        const unsigned c = static_cast<unsigned char>(s[i + 2]) | 0x20;
+        return ((a << 10) ^ (b << 5) ^ c) % kSlots;
     }
 
-    std::array<std::uint8_t, 65536> first_{};  // phrase index + 1, or 0
-    std::array<std::uint8_t, kPhrases.size()> next_{};
+    static bool matchesAt(std::string_view text, size_t at, std::string_view phrase) {
+        if (text.size() - at < phrase.size()) return false;
+        for (size_t i = 0; i < phrase.size(); ++i) {
+            if (asciiLower(text[at + i]) != phrase[i]) return false;
+        }
+        return true;
+    }
+
+    std::array<std::uint8_t, kSlots> shift_{};
+    std::array<std::vector<std::uint8_t>, kSlots> starting_;  // phrases by the slot of their start
 };
 
 // The pattern as the reference platform compiles it, with the case-insensitive option.
@@ -88,21 +128,13 @@ constexpr char16_t kCallLogPattern[] =
     u"(?:ended|try again|no answer|declined|busy|unanswered)|"
     u"\\d{1,3} (?:sec|secs|second|seconds|min|mins|minute|minutes|hr|hrs|hour|hours))$";
 
-// The alternatives that need neither "call" nor a leading number.
+// The alternative that is a single word or two, and the units after a number.
 constexpr std::array<std::string_view, 6> kShortCallWords = {
     "ended", "try again", "no answer", "declined", "busy", "unanswered"};
+constexpr std::array<std::string_view, 12> kTimeUnits = {
+    "sec", "secs", "second", "seconds", "min", "mins", "minute", "minutes", "hr", "hrs", "hour",
+    "hours"};
 
-// Code points whose case folding holds an ASCII letter ("ſ" folds to "s", "ﬀ" to "ff", the
-// Kelvin sign to "k"...): only through these can non-ASCII text match the pattern's words.
-bool foldsToAsciiLetters(UChar32 c) {
-    return c == 0x00DF || c == 0x0130 || c == 0x0149 || c == 0x017F || c == 0x01F0 ||
-           (c >= 0x1E96 && c <= 0x1E9A) || c == 0x1E9E || c == 0x212A ||
-           (c >= 0xFB00 && c <= 0xFB06);
-}
-
-char asciiLower(char c) {
-    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + ('a' - 'A')) : c;
-}
 
 bool equalsIgnoringAsciiCase(std::string_view a, std::string_view b) {
     if (a.size() != b.size()) return false;
@@ -112,23 +144,35 @@ bool equalsIgnoringAsciiCase(std::string_view a, std::string_view b) {
     return true;
 }
 
+bool startsWithIgnoringAsciiCase(std::string_view text, std::string_view prefix) {
+    return text.size() >= prefix.size() &&
+           equalsIgnoringAsciiCase(text.substr(0, prefix.size()), prefix);
+}
+
 bool containsCallIgnoringAsciiCase(std::string_view text) {
-    for (size_t i = 0; i + 4 <= text.size(); ++i) {
-        if (asciiLower(text[i]) == 'c' && equalsIgnoringAsciiCase(text.substr(i, 4), "call")) {
+    // "c" and "C" are the only bytes that OR 0x20 turns into "c": look for them eight at a time.
+    constexpr std::uint64_t kOnes = 0x0101010101010101ULL, kHighBits = 0x8080808080808080ULL;
+    size_t i = 0;
+    for (; i + 8 <= text.size(); i += 8) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, text.data() + i, 8);
+        const std::uint64_t cs = (word | kOnes * 0x20) ^ (kOnes * 'c');
+        if (((cs - kOnes) & ~cs & kHighBits) != 0) break;
+    }
+    for (; i + 4 <= text.size(); ++i) {
+        if ((text[i] | 0x20) == 'c' && equalsIgnoringAsciiCase(text.substr(i, 4), "call")) {
             return true;
         }
     }
     return false;
 }
 
-// "$" lets the text end with one line terminator (or "\r\n") after the match.
-std::string_view withoutFinalTerminator(std::string_view text) {
-    if (text.ends_with("\r\n")) return text.substr(0, text.size() - 2);
-    if (!text.empty() && text.back() >= '\n' && text.back() <= '\r') {
-        return text.substr(0, text.size() - 1);
-    }
-    return text;
-}
+// The words that the alternatives with "call" start with, and those after "call " in the third.
+constexpr std::array<std::string_view, 7> kCallOpenings = {
+    "missed", "group", "incoming", "outgoing", "silenced", "voice", "video"};
+constexpr std::array<std::string_view, 4> kCallOutcomes = {"failed", "ended", "declined",
+                                                           "not answered"};
+
 
 // \d{1,3} and a space: how the "5 minutes" alternative starts.
 bool startsWithShortNumberAndSpace(std::string_view text) {
@@ -156,6 +200,12 @@ const icu::RegexPattern* callLogPattern() {
 }
 
 }  // namespace
+
+bool foldsToAsciiLetters(char32_t c) {
+    return c == 0x00DF || c == 0x0130 || c == 0x0149 || c == 0x017F || c == 0x01F0 ||
+           (c >= 0x1E96 && c <= 0x1E9A) || c == 0x1E9E || c == 0x212A ||
+           (c >= 0xFB00 && c <= 0xFB06);
+}
 
 std::span<const std::string_view> phrases() {
     return kPhrases;
@@ -188,34 +238,110 @@ bool isCallLogByRegex(std::string_view text) {
     return found;
 }
 
-bool isCallLog(std::string_view text) {
+namespace {
+
+bool anyStartsWith(std::string_view text, std::span<const std::string_view> words) {
+    return std::any_of(words.begin(), words.end(),
+                       [&](std::string_view word) { return startsWithIgnoringAsciiCase(text, word); });
+}
+
+bool hasCharacterFoldingToAscii(std::string_view text) {
+    for (size_t i = 0; i < text.size();) {
+        UChar32 c = 0;
+        U8_NEXT_OR_FFFD(text.data(), i, text.size(), c);
+        if (c >= 0x80 && foldsToAsciiLetters(static_cast<char32_t>(c))) return true;
+    }
+    return false;
+}
+
+// "$" lets the text end with one line terminator (or "\r\n") after the match. The lead bytes
+// of U+0085, U+2028 and U+2029 never belong to an earlier sequence, so bytes tell.
+std::string_view withoutFinalTerminator(std::string_view text) {
+    const size_t n = text.size();
+    size_t cut = 0;
+    if (n >= 2 && text[n - 2] == '\r' && text[n - 1] == '\n') {
+        cut = 2;
+    } else if (n >= 1 && text[n - 1] >= '\n' && text[n - 1] <= '\r') {
+        cut = 1;
+    } else if (n >= 2 && text[n - 2] == '\xC2' && text[n - 1] == '\x85') {
+        cut = 2;
+    } else if (n >= 3 && text[n - 3] == '\xE2' && text[n - 2] == '\x80' &&
+               (text[n - 1] == '\xA8' || text[n - 1] == '\xA9')) {
+        cut = 3;
+    }
+    return text.substr(0, n - cut);
+}
+
+// Text with a character that folds to ASCII letters ("ſ" folds to "s", "ﬀ" to "ff") can spell
+// the pattern's words in ways no prefix test foresees: only the plain requirements are checked.
+bool isCallLogSpelledAnyhow(std::string_view text) {
     // Every alternative needs "call", a number of one to three digits and a space at the start,
     // or the text to be one of six words (at most ten characters, one code point each at least,
-    // plus a final line terminator). Anything else cannot match, so ICU is skipped.
+    // plus a final line terminator).
     if (containsCallIgnoringAsciiCase(text) || startsWithShortNumberAndSpace(text)) {
         return isCallLogByRegex(text);
     }
-    constexpr size_t kLongestShortMatch = 12;  // "unanswered\r\n"
-    if (text.size() > 4 * kLongestShortMatch) return false;
-    if (text::isAscii(text)) {
-        const std::string_view word = withoutFinalTerminator(text);
-        for (const std::string_view candidate : kShortCallWords) {
-            if (equalsIgnoringAsciiCase(word, candidate)) return true;
-        }
-        return false;
-    }
+    constexpr size_t kLongestWord = 10;  // "unanswered"
+    const std::string_view word = withoutFinalTerminator(text);
+    if (word.size() > 4 * kLongestWord) return false;
     size_t codePoints = 0;
-    for (size_t i = 0; i < text.size(); ++codePoints) {
+    for (size_t i = 0; i < word.size(); ++codePoints) {
         UChar32 c = 0;
-        U8_NEXT_OR_FFFD(text.data(), i, text.size(), c);
-        if (c >= 0x80 && !foldsToAsciiLetters(c)) return false;
+        U8_NEXT_OR_FFFD(word.data(), i, word.size(), c);
+        if (c >= 0x80 && !foldsToAsciiLetters(static_cast<char32_t>(c))) return false;
     }
-    return codePoints <= kLongestShortMatch && isCallLogByRegex(text);
+    return codePoints <= kLongestWord && isCallLogByRegex(text);
 }
 
-}  // namespace NoiseRules
+// The alternatives with "call", for text whose letters are ASCII or fold to non-ASCII: they start
+// with "call " and one of four words, or with one of seven words and white space. Nothing when
+// the text starts otherwise.
+std::optional<bool> isCallSentence(std::string_view text) {
+    if (text.empty()) return std::nullopt;
+    const char first = static_cast<char>(text[0] | 0x20);
+    if (first != 'c' && first != 'm' && first != 'g' && first != 'i' && first != 'o' &&
+        first != 's' && first != 'v') {
+        return std::nullopt;
+    }
+    if (startsWithIgnoringAsciiCase(text, "call ")) {
+        return anyStartsWith(text.substr(5), kCallOutcomes) && isCallLogByRegex(text);
+    }
+    for (const std::string_view word : kCallOpenings) {
+        if (text.size() <= word.size() || !startsWithIgnoringAsciiCase(text, word)) continue;
+        UChar32 next = 0;
+        size_t at = word.size();
+        U8_NEXT_OR_FFFD(text.data(), at, text.size(), next);
+        return u_isUWhiteSpace(next) && containsCallIgnoringAsciiCase(text) &&
+               isCallLogByRegex(text);
+    }
+    return std::nullopt;
+}
 
-namespace NoiseRules {
+// isCallLog, told whether `text` is ASCII. ICU runs only for text that starts the way an
+// alternative with "call" starts, or (outside ASCII) with a number and a space.
+bool isCallLog(std::string_view text, bool ascii) {
+    if (!ascii && hasCharacterFoldingToAscii(text)) return isCallLogSpelledAnyhow(text);
+    // Now the pattern's letters match only ASCII letters, in either case.
+    if (const std::optional<bool> sentence = isCallSentence(text)) return *sentence;
+    const std::string_view whole = withoutFinalTerminator(text);
+    if (!ascii && !text::isAscii(whole)) return startsWithShortNumberAndSpace(text) && isCallLogByRegex(text);
+    // A number and a unit ("5 minutes"), or one of the single words.
+    size_t digits = 0;
+    while (digits < whole.size() && whole[digits] >= '0' && whole[digits] <= '9') ++digits;
+    if (digits >= 1 && digits <= 3 && digits < whole.size() && whole[digits] == ' ') {
+        const std::string_view unit = whole.substr(digits + 1);
+        return std::any_of(kTimeUnits.begin(), kTimeUnits.end(),
+                           [&](std::string_view u) { return equalsIgnoringAsciiCase(unit, u); });
+    }
+    return std::any_of(kShortCallWords.begin(), kShortCallWords.end(),
+                       [&](std::string_view word) { return equalsIgnoringAsciiCase(whole, word); });
+}
+
+}  // namespace
+
+bool isCallLog(std::string_view text) {
+    return isCallLog(text, text::isAscii(text));
+}
 
 std::string_view trimmedBody(std::string_view body) {
     if (body.empty()) return body;
@@ -242,12 +368,27 @@ bool isNoiseTrimmed(std::string_view trimmed) {
         (trimmed.size() < 120 || text::characterCount(trimmed) < 120)) {
         return true;
     }
-    thread_local std::string lowered;
-    text::lowercase(trimmed, lowered);
-    const std::string_view l = lowered;
-    if (l.starts_with("<attached") || l.starts_with("\u200E<attached")) return true;
-    if (l.starts_with("http") && trimmed.find(' ') == std::string_view::npos) return true;
-    return containsPhrase(l) || isCallLog(l);
+    // The rules below read the lower-case text. Every one of them ignores the case of ASCII
+    // letters, and lower-casing turns other characters into other non-ASCII ones (which the
+    // call-log pattern, matching without case, does not tell from their lower case), except for
+    // two: "İ" and the Kelvin sign. Only text with those is lower-cased first.
+    const bool ascii = text::isAscii(trimmed);
+    std::string_view lowered = trimmed;
+    if (!ascii && (trimmed.find("\u0130") != std::string_view::npos ||
+                   trimmed.find("\u212A") != std::string_view::npos)) {
+        thread_local std::string loweredCopy;
+        text::lowercase(trimmed, loweredCopy);
+        lowered = loweredCopy;
+    }
+    if (startsWithIgnoringAsciiCase(lowered, "<attached") ||
+        startsWithIgnoringAsciiCase(lowered, "\u200E<attached")) {
+        return true;
+    }
+    if (startsWithIgnoringAsciiCase(lowered, "http") &&
+        trimmed.find(' ') == std::string_view::npos) {
+        return true;
+    }
+    return containsPhrase(lowered) || isCallLog(lowered, ascii);
 }
 
 }  // namespace NoiseRules

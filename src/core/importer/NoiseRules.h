@@ -29,4 +29,8 @@ bool isCallLog(std::string_view text);
 /// The same with ICU's regular expression on every text, for tests.
 bool isCallLogByRegex(std::string_view text);
 
+/// True for the characters outside ASCII whose case folding holds an ASCII letter ("ſ" folds
+/// to "s", "ﬀ" to "ff", the Kelvin sign to "k"): only they can spell the call-log words.
+bool foldsToAsciiLetters(char32_t c);
+
 }  // namespace lumenary::NoiseRules

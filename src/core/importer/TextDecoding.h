@@ -46,8 +46,9 @@ public:
     /// surrogate left over becomes U+FFFD.
     bool finish(std::string& out);
 
-    /// The same as decode(), but well-formed UTF-8 is not copied: `emit(piece)` is called with
-    /// views into `bytes` (or into the decoder, for a character split between pieces).
+    /// The same as decode() for UTF-8 input, but the text is not copied: `emit(piece, inBytes)`
+    /// is called with views into `bytes` (inBytes true) or, for a character split between
+    /// pieces, into the decoder (valid until the next call).
     template <typename Emit>
     bool decodeInto(std::string_view bytes, Emit&& emit);
 
@@ -73,14 +74,14 @@ bool Decoder::decodeInto(std::string_view bytes, Emit&& emit) {
     if (encoding_ != Encoding::utf8) {
         converted_.clear();
         decode(bytes, converted_);
-        if (!converted_.empty()) emit(std::string_view(converted_));
+        if (!converted_.empty()) emit(std::string_view(converted_), false);
         return true;
     }
     // A character completed from the previous piece comes first, then the rest as a view.
     std::string_view whole;
     if (!decodeUtf8(bytes, whole)) return false;
-    if (!converted_.empty()) emit(std::string_view(converted_));
-    if (!whole.empty()) emit(whole);
+    if (!converted_.empty()) emit(std::string_view(converted_), false);
+    if (!whole.empty()) emit(whole, true);
     return true;
 }
 
