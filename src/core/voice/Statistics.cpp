@@ -172,8 +172,13 @@ void addEdgeWord(std::string_view word, CountingTable& table, std::string& lower
 // burst is the number of her messages in a row, recorded when her next reply starts. The first
 // message is never a reply, so a run of hers that opens the archive counts one short, and the run
 // still open at the end is never recorded.
-void measureRhythm(const std::string& name, const std::vector<ChatMessage>& messages,
-                   PersonaStats& stats) {
+struct Rhythm {
+    double medianReplySeconds = 0;
+    double averageBurst = 1.0;
+};
+
+Rhythm measureRhythm(const std::string& name, const std::vector<ChatMessage>& messages) {
+    Rhythm rhythm;
     std::vector<double> replySeconds;
     long long burstSum = 0, burstCount = 0, run = 0;
     for (std::size_t i = 1; i < messages.size(); ++i) {
@@ -197,22 +202,24 @@ void measureRhythm(const std::string& name, const std::vector<ChatMessage>& mess
         const auto middle =
             replySeconds.begin() + static_cast<std::ptrdiff_t>(replySeconds.size() / 2);
         std::nth_element(replySeconds.begin(), middle, replySeconds.end());
-        stats.medianReplySeconds = *middle;
+        rhythm.medianReplySeconds = *middle;
     }
     if (burstCount > 0) {
-        stats.averageBurst = static_cast<double>(burstSum) / static_cast<double>(burstCount);
+        rhythm.averageBurst = static_cast<double>(burstSum) / static_cast<double>(burstCount);
     }
+    return rhythm;
 }
 
-// Her recurring phrases and the other side's topic tally: about half of the work, so it gets a
-// thread of its own.
-struct PhrasesAndOtherTopics {
+// Her recurring phrases, the other side's topic tally and her rhythm: about half of the work, so
+// it gets a thread of its own.
+struct Background {
     std::vector<std::string> phrases;
     CountingTable otherTopics;
+    Rhythm rhythm;
 };
 
-PhrasesAndOtherTopics minePhrasesAndOtherTopics(const HerMessages& her,
-                                                const std::vector<ChatMessage>& messages) {
+Background measureInBackground(const std::string& name, const HerMessages& her,
+                               const std::vector<ChatMessage>& messages) {
     VocabularyCounting::PhraseCounter phrases;
     // Reused for every message, so the loop allocates only for what it has not seen before.
     std::vector<std::string_view> tokens;
@@ -223,7 +230,8 @@ PhrasesAndOtherTopics minePhrasesAndOtherTopics(const HerMessages& her,
         phrases.add(tokens);
     }
     return {VocabularyCounting::rankPhrases(phrases),
-            VocabularyCounting::topicTally(VocabularyCounting::otherSide(her, messages))};
+            VocabularyCounting::topicTally(VocabularyCounting::otherSide(her, messages)),
+            measureRhythm(name, messages)};
 }
 
 // Everything else read from her messages: lengths, emoji, scripts, punctuation, openings,
@@ -306,19 +314,20 @@ PersonaStats stats(const std::string& name, const std::vector<ChatMessage>& mess
     // beside the other: on a two-core machine that nearly halves the time for a long archive. An
     // exception (out of memory) reaches the caller through the future; when no thread can be
     // started, the work runs here at get().
-    std::future<PhrasesAndOtherTopics> background;
+    std::future<Background> background;
     try {
-        background = std::async(std::launch::async, minePhrasesAndOtherTopics, std::cref(her),
-                                std::cref(messages));
+        background = std::async(std::launch::async, measureInBackground, std::cref(name),
+                                std::cref(her), std::cref(messages));
     } catch (const std::system_error&) {
-        background = std::async(std::launch::deferred, minePhrasesAndOtherTopics, std::cref(her),
-                                std::cref(messages));
+        background = std::async(std::launch::deferred, measureInBackground, std::cref(name),
+                                std::cref(her), std::cref(messages));
     }
     const CountingTable herTopics = measureWriting(her, result);
-    measureRhythm(name, messages, result);
-    PhrasesAndOtherTopics mined = background.get();
-    result.signaturePhrases = std::move(mined.phrases);
-    result.topics = VocabularyCounting::rankTopics(herTopics, mined.otherTopics);
+    Background measured = background.get();
+    result.signaturePhrases = std::move(measured.phrases);
+    result.topics = VocabularyCounting::rankTopics(herTopics, measured.otherTopics);
+    result.medianReplySeconds = measured.rhythm.medianReplySeconds;
+    result.averageBurst = measured.rhythm.averageBurst;
     return result;
 }
 

@@ -282,7 +282,7 @@ std::vector<std::string> rankVocatives(const CountingTable& table) {
     return firstKeys(text::rankByCount(table), kMaxVocatives);
 }
 
-std::vector<std::string> rankPhrases(const PhraseCounter& counter) {
+std::vector<std::string> rankPhrases(PhraseCounter& counter) {
     return firstKeys(text::rankByCount(counter.atLeast(kMinimumRecurrence, kMaxPhrases)),
                      kMaxPhrases);
 }
