@@ -1,3 +1,4 @@
+#include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
 #include <algorithm>
@@ -62,17 +63,46 @@ bool isSentencePunctuation(std::string_view character) {
     return character == "." || character == "!" || character == "?" || character == ",";
 }
 
-// True when no character of `s` is one of . ! ? , — a byte search settles almost every message;
-// only non-ASCII text holding such a byte needs cutting into characters, because a combining mark
-// after "." makes a different character.
-bool lacksSentencePunctuation(std::string_view s, bool ascii) {
-    // (string_view::find_first_of would call memchr once per byte of the message.)
-    const bool anyByte = std::any_of(
-        s.begin(), s.end(), [](char c) { return c == '.' || c == '!' || c == '?' || c == ','; });
-    if (!anyByte)
+// True when no ASCII character can join a neighbour into one user-perceived character (none is a
+// prepended sign, an extending mark or a joiner), read from ICU once.
+bool asciiNeverJoins() {
+    static const bool never = [] {
+        for (UChar32 c = 0; c < 0x80; ++c) {
+            switch (u_getIntPropertyValue(c, UCHAR_GRAPHEME_CLUSTER_BREAK)) {
+                case U_GCB_PREPEND:
+                case U_GCB_EXTEND:
+                case U_GCB_SPACING_MARK:
+                case U_GCB_ZWJ:
+                    return false;
+                default:
+                    break;
+            }
+        }
         return true;
-    if (ascii)
-        return false;
+    }();
+    return never;
+}
+
+bool isSentencePunctuationByte(char c) {
+    return c == '.' || c == '!' || c == '?' || c == ',';
+}
+
+// True when no character of `s` is one of . ! ? , — a byte search settles almost every message.
+// A mark can make "." part of a larger character (".́"), but only a non-ASCII neighbour can be
+// such a mark, so a sign between ASCII bytes settles it too; only the rest is cut into characters.
+bool lacksSentencePunctuation(std::string_view s) {
+    bool undecided = false;
+    for (std::size_t i = 0; i < s.size(); ++i) {
+        if (!isSentencePunctuationByte(s[i]))
+            continue;
+        const bool asciiBefore = i == 0 || static_cast<unsigned char>(s[i - 1]) < 0x80;
+        const bool asciiAfter = i + 1 == s.size() || static_cast<unsigned char>(s[i + 1]) < 0x80;
+        if (asciiBefore && asciiAfter && asciiNeverJoins())
+            return false;
+        undecided = true;
+    }
+    if (!undecided)
+        return true;
     const std::vector<std::string_view> characters = text::characters(s);
     return std::none_of(characters.begin(), characters.end(), isSentencePunctuation);
 }
@@ -88,7 +118,6 @@ std::vector<std::string> firstKeys(const CountingTable& table, std::size_t limit
 // What the code-point walk of one message found.
 struct CodePointScan {
     bool emoji = false;
-    bool ascii = true;
 };
 
 // Most text is ASCII: the emoji test and the script of each ASCII code point are looked up once.
@@ -144,7 +173,6 @@ CodePointScan scanCodePoints(std::string_view s, CountingTable& emoji,
             ++i;
             continue;
         }
-        scan.ascii = false;
         const int32_t start = i;
         UChar32 c = 0;
         U8_NEXT(bytes, i, length, c);
@@ -256,7 +284,7 @@ CountingTable measureWriting(const HerMessages& her, PersonaStats& result) {
             ++emojiMessages;
         if (body.find('?') != std::string::npos)
             ++questions;
-        if (lacksSentencePunctuation(body, scan.ascii))
+        if (lacksSentencePunctuation(body))
             ++unpunctuated;
 
         if (!words.empty())

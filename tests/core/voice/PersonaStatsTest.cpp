@@ -78,8 +78,12 @@ TEST(PersonaStats, CountsWordsEmojiQuestionsAndPunctuationPerMessage) {
 
 TEST(PersonaStats, PunctuationIsJudgedByWholeCharacters) {
     Archive archive;
-    // "." carrying a combining accent is a different character, so this has no full stop.
-    archive.say("Amma", "cafe\u0301 .\u0301").say("Amma", "caf\u00E9, ok");
+    // "." carrying a combining accent is a different character, and so is "!" after a prepended
+    // Arabic number sign: neither message has sentence punctuation.
+    archive.say("Amma", "cafe\u0301 .\u0301")
+        .say("Amma", "\u0600! \u0C2D\u0C4B")
+        .say("Amma", "caf\u00E9, ok")
+        .say("Amma", "\u0C2D\u0C4B.\u0301 ok?");
     const PersonaStats stats = PersonaBuilder::stats("Amma", archive.messages);
     EXPECT_DOUBLE_EQ(stats.noPunctuationRatio, 0.5);
 }
