@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <limits>
 #include <memory>
 
 #include "importer/LinePatterns.h"
@@ -17,8 +16,6 @@ namespace lumenary {
 namespace {
 
 using std::size_t;
-
-constexpr double kUnread = std::numeric_limits<double>::quiet_NaN();
 
 // Only a line that starts with '[' or a digit can carry a header.
 bool mayStartHeader(std::string_view line) {
@@ -151,21 +148,15 @@ void LineParser::addHeader(std::string_view date, std::string_view time, std::st
     const std::string_view text = NoiseRules::trimmedBody(body);
     if (text.empty() || NoiseRules::isNoiseTrimmed(text)) return;
     if (open_) batch_.drafts.push_back(*open_);
-    MessageDraft& draft = open_.emplace();
-    draft.sender = text::trimSpacesAndTabs(sender);
-    draft.text = text;
-    if (!lasting) {
-        draft.sender = batch_.copy(draft.sender);
-        draft.text = batch_.copy(draft.text);
-    }
-    if (const std::optional<DateOrder> order = settledOrder()) {
-        draft.date = DateReader::read(date, time, *order).value_or(kUnread);
-    } else {
-        draft.date = DateReader::read(date, time, DateOrder::dayFirst).value_or(kUnread);
-        draft.monthFirstDate =
-            DateReader::read(date, time, DateOrder::monthFirst).value_or(kUnread);
-        draft.undecided = true;
-    }
+    open_ = MessageDraft{text::trimSpacesAndTabs(sender), text, date, time, settledOrder()};
+    if (!lasting) keepOpenDraftIn(batch_);
+}
+
+void LineParser::keepOpenDraftIn(DraftBatch& batch) {
+    open_->sender = batch.copy(open_->sender);
+    open_->text = batch.copy(open_->text);
+    open_->dateField = batch.copy(open_->dateField);
+    open_->timeField = batch.copy(open_->timeField);
 }
 
 bool LineParser::isDroppedNotice(std::string_view date, std::string_view time) {
@@ -215,10 +206,7 @@ std::optional<DateOrder> LineParser::settledOrder() const {
 DraftBatch LineParser::takeBatch() {
     DraftBatch done = std::move(batch_);
     batch_ = DraftBatch();
-    if (open_) {
-        open_->sender = batch_.copy(open_->sender);
-        open_->text = batch_.copy(open_->text);
-    }
+    if (open_) keepOpenDraftIn(batch_);
     return done;
 }
 

@@ -18,13 +18,14 @@
 
 namespace lumenary {
 
-/// A message as the parser found it; the views point into text that its batch keeps alive.
+/// A message as the parser found it; the views point into text that its batch keeps alive. Its
+/// date is read by the assembler, which has time to spare.
 struct MessageDraft {
     std::string_view sender;
     std::string_view text;
-    double date = 0;            // NaN when no format read it
-    double monthFirstDate = 0;  // the month-first reading, when `undecided`
-    bool undecided = false;     // read both ways: the date order was not known yet
+    std::string_view dateField;
+    std::string_view timeField;
+    std::optional<DateOrder> order;  // nothing: the order was not known yet, read both ways
 };
 
 /// Drafts and the text they point into. Moving a batch keeps its views valid.
@@ -63,7 +64,8 @@ struct ParseOutcome {
 /// (the assembler keeps both). Once a month above 12 is seen the month-first reading alone is
 /// made; if a later line proves the text day-first after all, or an app notice was judged on a
 /// reading the end disowns, the text has to be parsed again with the order fixed. Real exports
-/// never need that.
+/// never need that. App notices are dated here, since their date decides whether they are
+/// dropped.
 class LineParser {
 public:
     /// `fixedOrder`: read every date this way instead of deciding from the text.
@@ -97,6 +99,7 @@ private:
     void addHeader(std::string_view date, std::string_view time, std::string_view sender,
                    std::string_view body, bool lasting);
     bool isDroppedNotice(std::string_view date, std::string_view time);
+    void keepOpenDraftIn(DraftBatch& batch);
     void addContinuation(std::string_view line);
     void noteNumbers(std::string_view dateField);
     std::optional<DateOrder> settledOrder() const;

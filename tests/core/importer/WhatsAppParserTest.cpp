@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "TestSupport.h"
+#include "importer/ParsePipeline.h"
 
 namespace lumenary {
 namespace {
@@ -185,6 +186,41 @@ TEST(WhatsAppParser, DecidesTheDateOrderOnceForTheWholeFile) {
     EXPECT_EQ(civilOf(dayFirst[0]), (CivilTime{2021, 3, 2, 10, 0, 0}));
     EXPECT_GE(dayFirst[1].date, before);
     EXPECT_EQ(civilOf(dayFirst[2]), (CivilTime{2021, 1, 14, 10, 0, 0}));
+}
+
+// Texts of a megabyte or more are parsed on two threads; they must come out as one thread reads
+// them, second pass included (here a day above 12 appears only after months written month
+// first).
+TEST(WhatsAppParser, ReadsLargeTextsOnTwoThreadsAsOnOne) {
+    std::string text;
+    for (int i = 0; text.size() < (3u << 20); ++i) {
+        const int month = 1 + i / 4000 % 12, day = 1 + i / 150 % 25;
+        text += std::to_string(month) + "/" + std::to_string(day) + "/21, 10:" +
+                std::to_string(10 + i % 50) + " - " + (i % 2 ? "Amma" : "\u200ERavi") +
+                ": message " + std::to_string(i) + (i % 9 ? "\n" : "\r\nmore\n");
+        if (i % 1000 == 999) text += "1/2/21, 10:00 - Ravi left\n";
+    }
+    text += "14/1/21, 10:00 - Amma: the last one\n";
+    const Timestamp started = now();
+    const auto concurrent = WhatsAppParser::parse(text);
+    const auto single = ParsePipeline::run(
+        [&](LineParser& parser, ParsePipeline::Handover&) {
+            parser.addText(text);
+            return true;
+        },
+        DateOrder::dayFirst, text.size(), false);
+    ASSERT_EQ(concurrent.size(), single.messages.size());
+    for (std::size_t i = 0; i < concurrent.size(); ++i) {
+        ASSERT_EQ(concurrent[i].sender, single.messages[i].sender) << i;
+        ASSERT_EQ(concurrent[i].text, single.messages[i].text) << i;
+        // Dates that do not read are the moment of each parse.
+        if (single.messages[i].date < started) {
+            ASSERT_EQ(concurrent[i].date, single.messages[i].date) << i;
+        } else {
+            ASSERT_GE(concurrent[i].date, started) << i;
+        }
+    }
+    EXPECT_EQ(civilOf(concurrent.back()), (CivilTime{2021, 1, 14, 10, 0, 0}));
 }
 
 TEST(WhatsAppParser, NeverFailsOnOddText) {
