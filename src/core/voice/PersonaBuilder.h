@@ -15,7 +15,9 @@ namespace lumenary::PersonaBuilder {
 using HerMessages = std::vector<const ChatMessage*>;
 
 /// The profile of the sender called exactly `name` in `messages` (the whole archive, in file
-/// order). A name that never writes gives the default record.
+/// order). A name that never writes gives the default record. Blocks until done; half of the work
+/// runs on a second thread that it starts and joins, so it may be called from any thread, also
+/// concurrently. Entries with equal counts keep the order of their first use.
 PersonaStats stats(const std::string& name, const std::vector<ChatMessage>& messages);
 
 /// The English voice card: paragraphs joined by one empty line, speaking of her as "She" and of
