@@ -27,16 +27,16 @@ constexpr size_t kPieceSize = size_t{1} << 20;
 
 ImportError unreadable(std::string detail) {
     // libzip's messages carry no final full stop; the sentence around them needs one.
-    if (!detail.empty() && detail.back() != '.') detail += '.';
+    if (!detail.empty() && detail.back() != '.')
+        detail += '.';
     return ImportError{ImportError::Kind::unreadable, std::move(detail)};
 }
 
 ImportError systemRefused(const char* verb, const std::filesystem::path& path, int error) {
-    const std::string name =
-        path.filename().empty() ? path.string() : path.filename().string();
-    return ImportError{ImportError::Kind::fileUnreadable, std::string("Could not ") + verb +
-                                                              " \u201C" + name + "\u201D: " +
-                                                              std::strerror(error) + "."};
+    const std::string name = path.filename().empty() ? path.string() : path.filename().string();
+    return ImportError{ImportError::Kind::fileUnreadable,
+                       std::string("Could not ") + verb + " \u201C" + name +
+                           "\u201D: " + std::strerror(error) + "."};
 }
 
 std::string zipMessage(int code) {
@@ -48,7 +48,8 @@ std::string zipMessage(int code) {
 }
 
 bool endsWithIgnoringAsciiCase(std::string_view s, std::string_view suffix) {
-    if (s.size() < suffix.size()) return false;
+    if (s.size() < suffix.size())
+        return false;
     s.remove_prefix(s.size() - suffix.size());
     return std::equal(s.begin(), s.end(), suffix.begin(), [](char a, char b) {
         return (a >= 'A' && a <= 'Z' ? static_cast<char>(a + 32) : a) == b;
@@ -82,15 +83,18 @@ public:
     std::optional<size_t> read(char* buffer, size_t capacity) override {
         for (;;) {
             const ssize_t got = ::read(descriptor_, buffer, capacity);
-            if (got >= 0) return static_cast<size_t>(got);
-            if (errno == EINTR) continue;
+            if (got >= 0)
+                return static_cast<size_t>(got);
+            if (errno == EINTR)
+                continue;
             error_ = systemRefused("read", path_, errno);
             return std::nullopt;
         }
     }
 
     bool restart() override {
-        if (::lseek(descriptor_, 0, SEEK_SET) == 0) return true;
+        if (::lseek(descriptor_, 0, SEEK_SET) == 0)
+            return true;
         error_ = systemRefused("read", path_, errno);
         return false;
     }
@@ -116,7 +120,8 @@ public:
     ZipEntrySource& operator=(const ZipEntrySource&) = delete;
 
     std::optional<size_t> read(char* buffer, size_t capacity) override {
-        if (file_ == nullptr && !restart()) return std::nullopt;
+        if (file_ == nullptr && !restart())
+            return std::nullopt;
         const zip_int64_t got = zip_fread(file_, buffer, capacity);
         if (got < 0) {
             error_ = unreadable(zip_file_strerror(file_));
@@ -128,7 +133,8 @@ public:
     bool restart() override {
         close();
         file_ = zip_fopen_index(archive_, index_, 0);
-        if (file_ != nullptr) return true;
+        if (file_ != nullptr)
+            return true;
         error_ = unreadable(zip_strerror(archive_));
         return false;
     }
@@ -144,7 +150,8 @@ public:
 
 private:
     void close() {
-        if (file_ != nullptr) zip_fclose(file_);
+        if (file_ != nullptr)
+            zip_fclose(file_);
         file_ = nullptr;
     }
 
@@ -193,8 +200,10 @@ std::optional<size_t> readHead(ByteSource& source, std::string& buffer, size_t l
     size_t filled = 0;
     while (filled < length) {
         const std::optional<size_t> got = source.read(buffer.data() + filled, length - filled);
-        if (!got) return std::nullopt;
-        if (*got == 0) break;
+        if (!got)
+            return std::nullopt;
+        if (*got == 0)
+            break;
         filled += *got;
     }
     buffer.resize(filled);
@@ -219,7 +228,8 @@ bool feedSource(ByteSource& source, TextDecoding::Detection detection, Encoding 
             stop = Stop::readFailed;
             return false;
         }
-        if (*got == 0) break;
+        if (*got == 0)
+            break;
         bytes->resize(*got);
         std::string_view piece(*bytes);
         const size_t mark = std::min(markLeft, piece.size());
@@ -245,7 +255,8 @@ bool feedSource(ByteSource& source, TextDecoding::Detection detection, Encoding 
             batch.keep(std::move(text));
         }
         batch.keep(std::move(bytes));
-        if (!handover.send(std::move(batch))) return false;
+        if (!handover.send(std::move(batch)))
+            return false;
     }
     if (!parser.needsSecondPass()) {
         std::string rest;
@@ -272,21 +283,24 @@ Expected<std::vector<ChatMessage>, ImportError> readMessages(ByteSource& source)
     std::optional<DateOrder> order;
     // At most: UTF-8 with the order settled late, then Latin-1 likewise.
     for (int pass = 0; pass < 4; ++pass) {
-        if (!source.restart()) return unexpected(source.error());
+        if (!source.restart())
+            return unexpected(source.error());
         Stop stop = Stop::none;
         ParsePipeline::Run run = ParsePipeline::run(
             [&](LineParser& parser, ParsePipeline::Handover& handover) {
                 return feedSource(source, detection, encoding, parser, handover, stop);
             },
             order, size, concurrent);
-        if (stop == Stop::readFailed) return unexpected(source.error());
+        if (stop == Stop::readFailed)
+            return unexpected(source.error());
         if (stop == Stop::notUtf8) {
             // Not UTF-8 after all: read it all again as Latin-1, order undecided again.
             encoding = Encoding::latin1;
             order.reset();
             continue;
         }
-        if (!run.secondPassOrder) return std::move(run.messages);
+        if (!run.secondPassOrder)
+            return std::move(run.messages);
         order = run.secondPassOrder;
     }
     return std::vector<ChatMessage>{};  // not reached: the last pass has both settled
@@ -297,7 +311,8 @@ std::vector<SenderCount> countSenders(const std::vector<ChatMessage>& messages) 
     std::unordered_map<std::string_view, size_t> slot;
     for (const ChatMessage& message : messages) {
         const auto [at, added] = slot.try_emplace(message.sender, senders.size());
-        if (added) senders.push_back(SenderCount{message.sender, 0});
+        if (added)
+            senders.push_back(SenderCount{message.sender, 0});
         ++senders[at->second].count;
     }
     std::stable_sort(senders.begin(), senders.end(),
@@ -309,7 +324,8 @@ Expected<Result, ImportError> loadText(int descriptor, const std::filesystem::pa
                                        const struct stat& info) {
     FileSource source(descriptor, path, static_cast<size_t>(std::max<off_t>(info.st_size, 0)));
     auto messages = readMessages(source);
-    if (!messages) return unexpected(messages.error());
+    if (!messages)
+        return unexpected(messages.error());
     Result result;
     result.messages = std::move(*messages);
     return result;
@@ -333,18 +349,25 @@ Expected<Result, ImportError> loadZip(int descriptor, const struct stat& info) {
     const zip_int64_t entries = zip_get_num_entries(archive.get(), 0);
     for (zip_int64_t i = 0; i < entries; ++i) {
         const char* name = zip_get_name(archive.get(), static_cast<zip_uint64_t>(i), 0);
-        if (name == nullptr) continue;
+        if (name == nullptr)
+            continue;
         const std::string_view entry(name);
-        if (endsWithIgnoringAsciiCase(entry, ".opus")) ++voiceNotes;
-        if (!chatEntry && endsWithIgnoringAsciiCase(entry, "_chat.txt")) chatEntry = i;
-        if (!anyText && endsWithIgnoringAsciiCase(entry, ".txt")) anyText = i;
+        if (endsWithIgnoringAsciiCase(entry, ".opus"))
+            ++voiceNotes;
+        if (!chatEntry && endsWithIgnoringAsciiCase(entry, "_chat.txt"))
+            chatEntry = i;
+        if (!anyText && endsWithIgnoringAsciiCase(entry, ".txt"))
+            anyText = i;
     }
-    if (!chatEntry) chatEntry = anyText;
-    if (!chatEntry) return unexpected(ImportError{ImportError::Kind::noChatFile, {}});
+    if (!chatEntry)
+        chatEntry = anyText;
+    if (!chatEntry)
+        return unexpected(ImportError{ImportError::Kind::noChatFile, {}});
 
     ZipEntrySource source(archive.get(), *chatEntry);
     auto messages = readMessages(source);
-    if (!messages) return unexpected(messages.error());
+    if (!messages)
+        return unexpected(messages.error());
     Result result;
     result.messages = std::move(*messages);
     result.voiceNotes = voiceNotes;
@@ -368,7 +391,8 @@ std::string ImportError::description() const {
 
 Expected<Result, ImportError> load(const std::filesystem::path& path) {
     const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) return unexpected(systemRefused("open", path, errno));
+    if (descriptor < 0)
+        return unexpected(systemRefused("open", path, errno));
     struct stat info {};
     if (::fstat(descriptor, &info) != 0 || S_ISDIR(info.st_mode)) {
         const int error = S_ISDIR(info.st_mode) ? EISDIR : errno;
@@ -378,22 +402,26 @@ Expected<Result, ImportError> load(const std::filesystem::path& path) {
     const std::string extension = path.extension().string();
     const bool isZip = extension.size() == 4 && endsWithIgnoringAsciiCase(extension, ".zip");
     auto loaded = isZip ? loadZip(descriptor, info) : loadText(descriptor, path, info);
-    if (!loaded) return loaded;
+    if (!loaded)
+        return loaded;
     loaded->senders = countSenders(loaded->messages);
     return loaded;
 }
 
 std::optional<std::string> suggestSpeaker(const std::vector<SenderCount>& senders,
                                           const std::optional<std::string>& preferredName) {
-    if (senders.empty()) return std::nullopt;
+    if (senders.empty())
+        return std::nullopt;
     if (preferredName) {
         const std::string wanted = text::lowercase(text::trimSpacesAndTabs(*preferredName));
         if (!wanted.empty()) {
             std::vector<std::string> names;
             names.reserve(senders.size());
-            for (const SenderCount& sender : senders) names.push_back(text::lowercase(sender.name));
+            for (const SenderCount& sender : senders)
+                names.push_back(text::lowercase(sender.name));
             for (size_t i = 0; i < senders.size(); ++i) {
-                if (names[i] == wanted) return senders[i].name;
+                if (names[i] == wanted)
+                    return senders[i].name;
             }
             for (size_t i = 0; i < senders.size(); ++i) {
                 // An empty name is part of every string; it is no one's name.

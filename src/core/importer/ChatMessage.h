@@ -1,9 +1,8 @@
 #pragma once
 // One message of an imported chat archive.
 
-#include <string>
-
 #include <nlohmann/json.hpp>
+#include <string>
 
 #include "common/LocalTime.h"
 

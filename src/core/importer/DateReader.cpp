@@ -63,23 +63,29 @@ private:
 // ICU skips both Unicode white space and its pattern white space, which adds the two direction
 // marks.
 bool isParseSpace(UChar32 c) {
-    if (c < 0x80) return c == ' ' || (c >= 0x09 && c <= 0x0D);
+    if (c < 0x80)
+        return c == ' ' || (c >= 0x09 && c <= 0x0D);
     return c == 0x200E || c == 0x200F || u_isUWhiteSpace(c);
 }
 
 int digitValue(UChar32 c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c < 0x80 || u_charType(c) != U_DECIMAL_DIGIT_NUMBER) return -1;
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c < 0x80 || u_charType(c) != U_DECIMAL_DIGIT_NUMBER)
+        return -1;
     return u_charDigitValue(c);
 }
 
 size_t skipSpaces(const Text& text, size_t i) {
-    if (text.atEnd(i)) return i;
+    if (text.atEnd(i))
+        return i;
     const auto first = static_cast<unsigned char>(text.byte(i));
-    if (first > ' ' && first < 0x80) return i;  // the usual case: no space at all
+    if (first > ' ' && first < 0x80)
+        return i;  // the usual case: no space at all
     while (!text.atEnd(i)) {
         size_t next = 0;
-        if (!isParseSpace(text.at(i, next))) break;
+        if (!isParseSpace(text.at(i, next)))
+            break;
         i = next;
     }
     return i;
@@ -97,7 +103,8 @@ std::optional<Number> readNumber(const Text& text, size_t& i) {
     {
         size_t end = i;
         long long value = 0;
-        while (end < text.size() && end - i < 12 && text.byte(end) >= '0' && text.byte(end) <= '9') {
+        while (end < text.size() && end - i < 12 && text.byte(end) >= '0' &&
+               text.byte(end) <= '9') {
             value = value * 10 + (text.byte(end) - '0');
             ++end;
         }
@@ -109,13 +116,15 @@ std::optional<Number> readNumber(const Text& text, size_t& i) {
         }
     }
     size_t at = skipSpaces(text, i);
-    if (text.atEnd(at)) return std::nullopt;
+    if (text.atEnd(at))
+        return std::nullopt;
     size_t next = 0;
     UChar32 c = text.at(at, next);
     const bool negative = c == '-' || c == 0x2212;
     if (negative) {
         at = next;
-        if (text.atEnd(at)) return std::nullopt;
+        if (text.atEnd(at))
+            return std::nullopt;
         c = text.at(at, next);
     }
     Number number;
@@ -126,18 +135,21 @@ std::optional<Number> readNumber(const Text& text, size_t& i) {
         ++digits;
         allInBmp = allInBmp && c < 0x10000;
         at = next;
-        if (text.atEnd(at)) break;
+        if (text.atEnd(at))
+            break;
         c = text.at(at, next);
         value = digitValue(c);
     }
-    if (digits == 0 || (negative && number.value != 0)) return std::nullopt;
+    if (digits == 0 || (negative && number.value != 0))
+        return std::nullopt;
     number.twoDigitYear = digits == 2 && allInBmp && !negative;
     i = at;
     return number;
 }
 
 bool readLiteral(const Text& text, size_t& i, char literal) {
-    if (text.atEnd(i) || text.byte(i) != literal) return false;
+    if (text.atEnd(i) || text.byte(i) != literal)
+        return false;
     ++i;
     return true;
 }
@@ -145,7 +157,8 @@ bool readLiteral(const Text& text, size_t& i, char literal) {
 // A space in the pattern: one or more white-space characters.
 bool readSpaces(const Text& text, size_t& i) {
     const size_t end = skipSpaces(text, i);
-    if (end == i) return false;
+    if (end == i)
+        return false;
     i = end;
     return true;
 }
@@ -153,11 +166,14 @@ bool readSpaces(const Text& text, size_t& i) {
 // "AM"/"PM", or the narrow "a"/"p", in any case. Gives true for PM.
 std::optional<bool> readAmPm(const Text& text, size_t& i) {
     size_t at = skipSpaces(text, i);
-    if (text.atEnd(at)) return std::nullopt;
+    if (text.atEnd(at))
+        return std::nullopt;
     const char first = static_cast<char>(text.byte(at) | 0x20);
-    if (first != 'a' && first != 'p') return std::nullopt;
+    if (first != 'a' && first != 'p')
+        return std::nullopt;
     ++at;
-    if (!text.atEnd(at) && (text.byte(at) | 0x20) == 'm') ++at;
+    if (!text.atEnd(at) && (text.byte(at) | 0x20) == 'm')
+        ++at;
     i = at;
     return first == 'p';
 }
@@ -171,11 +187,14 @@ std::optional<DatePart> readDatePart(const Text& text, char separator) {
     DatePart part;
     size_t i = 0;
     std::optional<Number> first = readNumber(text, i);
-    if (!first || !readLiteral(text, i, separator)) return std::nullopt;
+    if (!first || !readLiteral(text, i, separator))
+        return std::nullopt;
     std::optional<Number> second = readNumber(text, i);
-    if (!second || !readLiteral(text, i, separator)) return std::nullopt;
+    if (!second || !readLiteral(text, i, separator))
+        return std::nullopt;
     std::optional<Number> year = readNumber(text, i);
-    if (!year || !readLiteral(text, i, ',') || !readSpaces(text, i)) return std::nullopt;
+    if (!year || !readLiteral(text, i, ',') || !readSpaces(text, i))
+        return std::nullopt;
     return DatePart{*first, *second, *year, i};
 }
 
@@ -193,9 +212,11 @@ class TimeReading {
 public:
     TimeReading(const Text& text, size_t i) {
         const std::optional<Number> hour = readNumber(text, i);
-        if (!hour || !readLiteral(text, i, ':')) return;
+        if (!hour || !readLiteral(text, i, ':'))
+            return;
         const std::optional<Number> minute = readNumber(text, i);
-        if (!minute) return;
+        if (!minute)
+            return;
         hour_ = hour->value;
         minute_ = minute->value;
         readEnding(text, i, false);
@@ -212,16 +233,20 @@ public:
         const Ending& ending = endings_[withSeconds ? 1 : 0];
         TimePart time;
         if (clock == Clock::twelveHour) {
-            if (!ending.amPm) return std::nullopt;
+            if (!ending.amPm)
+                return std::nullopt;
             // "12" is the first hour of its half of the day; 13 and later are not 12-hour hours.
             const long long hour = hour_ == 12 ? 0 : hour_;
-            if (hour > 11) return std::nullopt;
+            if (hour > 11)
+                return std::nullopt;
             time.hour = static_cast<int>(hour) + (*ending.amPm ? 12 : 0);
         } else {
-            if (!ending.bare || hour_ > 23) return std::nullopt;
+            if (!ending.bare || hour_ > 23)
+                return std::nullopt;
             time.hour = static_cast<int>(hour_);
         }
-        if (minute_ > 59 || (withSeconds && second_ > 59)) return std::nullopt;
+        if (minute_ > 59 || (withSeconds && second_ > 59))
+            return std::nullopt;
         time.minute = static_cast<int>(minute_);
         time.second = withSeconds ? static_cast<int>(second_) : 0;
         return time;
@@ -229,16 +254,18 @@ public:
 
 private:
     struct Ending {
-        bool bare = false;          // the text ends here
-        std::optional<bool> amPm;   // " AM" or " PM" (true) ends the text here
+        bool bare = false;         // the text ends here
+        std::optional<bool> amPm;  // " AM" or " PM" (true) ends the text here
     };
 
     void readEnding(const Text& text, size_t i, bool withSeconds) {
         Ending& ending = endings_[withSeconds ? 1 : 0];
         ending.bare = text.atEnd(i);
-        if (!readSpaces(text, i)) return;
+        if (!readSpaces(text, i))
+            return;
         const std::optional<bool> pm = readAmPm(text, i);
-        if (pm && text.atEnd(i)) ending.amPm = pm;
+        if (pm && text.atEnd(i))
+            ending.amPm = pm;
     }
 
     long long hour_ = 0, minute_ = 0, second_ = 0;
@@ -247,7 +274,8 @@ private:
 
 bool isLeapYear(long long year) {
     // Julian leap years before the Gregorian reform, as ICU's calendar counts them.
-    if (year < 1582) return year % 4 == 0;
+    if (year < 1582)
+        return year % 4 == 0;
     return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
 }
 
@@ -298,7 +326,8 @@ const CenturyWindow& centuryWindow() {
         const Timestamp current = now();
         CivilTime then = LocalTime::civil(current);
         then.year = LocalTime::twoDigitYearWindowStart();
-        if (then.month == 2 && then.day == 29 && !isLeapYear(then.year)) then.day = 28;
+        if (then.month == 2 && then.day == 29 && !isLeapYear(then.year))
+            then.day = 28;
         const std::optional<Timestamp> start = LocalTime::fromCivil(then);
         constexpr double kSecondsPerYear = 365.2425 * 86400;
         return CenturyWindow{then.year, start ? *start + (current - std::floor(current))
@@ -318,13 +347,14 @@ std::optional<Timestamp> momentWithYear(const Number& year, YearDigits digits, l
     const int ambiguous = window.startYear % 100;
     const long long twoDigits = year.value;
     if (twoDigits != ambiguous) {
-        const long long full = window.startYear / 100 * 100 + twoDigits +
-                               (twoDigits < ambiguous ? 100 : 0);
+        const long long full =
+            window.startYear / 100 * 100 + twoDigits + (twoDigits < ambiguous ? 100 : 0);
         return momentOf(full, month, day, time);
     }
     // The window's first year occurs twice in it: early in the year it is the next century's.
     const std::optional<Timestamp> early = momentOf(window.startYear, month, day, time);
-    if (early && *early < window.start) return momentOf(window.startYear + 100, month, day, time);
+    if (early && *early < window.start)
+        return momentOf(window.startYear + 100, month, day, time);
     return early;
 }
 
@@ -354,8 +384,7 @@ constexpr std::array<Format, 10> kFormats = {{
 // readDatePart for the joined text of `dateField`. When the field holds no comma, the comma of
 // the join ends the date part, which then depends on the field alone; the messages of a day share
 // it, so each thread keeps the readings of the last field.
-std::optional<DatePart> readDatePart(const Text& text, std::string_view dateField,
-                                     char separator) {
+std::optional<DatePart> readDatePart(const Text& text, std::string_view dateField, char separator) {
     constexpr size_t kLongestKept = 32;
     if (dateField.size() > kLongestKept || dateField.find(',') != std::string_view::npos) {
         return readDatePart(text, separator);
@@ -373,14 +402,15 @@ std::optional<DatePart> readDatePart(const Text& text, std::string_view dateFiel
         last.bySeparator = {};
     }
     auto& reading = last.bySeparator[separator == '/' ? 0 : separator == '.' ? 1 : 2];
-    if (!reading) reading = readDatePart(text, separator);
+    if (!reading)
+        reading = readDatePart(text, separator);
     std::optional<DatePart> part = *reading;
-    if (part) part->end = skipSpaces(text, dateField.size() + 2);  // the time field may differ
+    if (part)
+        part->end = skipSpaces(text, dateField.size() + 2);  // the time field may differ
     return part;
 }
 
-std::optional<Timestamp> readJoined(const Text& text, std::string_view dateField,
-                                    DateOrder order) {
+std::optional<Timestamp> readJoined(const Text& text, std::string_view dateField, DateOrder order) {
     // Eight formats share the slashed date and every format the time after it: each is read
     // once per separator.
     char separator = 0;
@@ -390,11 +420,14 @@ std::optional<Timestamp> readJoined(const Text& text, std::string_view dateField
         if (format.separator != separator) {
             separator = format.separator;
             part = readDatePart(text, dateField, separator);
-            if (part) time.emplace(text, part->end);
+            if (part)
+                time.emplace(text, part->end);
         }
-        if (!part) continue;
+        if (!part)
+            continue;
         const std::optional<TimePart> clock = time->as(format.clock, format.withSeconds);
-        if (!clock) continue;
+        if (!clock)
+            continue;
         const bool dayFirst = order == DateOrder::dayFirst;
         const long long day = dayFirst ? part->first.value : part->second.value;
         const long long month = dayFirst ? part->second.value : part->first.value;

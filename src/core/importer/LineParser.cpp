@@ -20,8 +20,10 @@ using std::size_t;
 // Only a line that starts with '[' or a digit can carry a header.
 bool mayStartHeader(std::string_view line) {
     const auto first = static_cast<unsigned char>(line.front());
-    if (first == '[' || (first >= '0' && first <= '9')) return true;
-    if (first < 0x80) return false;
+    if (first == '[' || (first >= '0' && first <= '9'))
+        return true;
+    if (first < 0x80)
+        return false;
     UChar32 c = 0;
     size_t i = 0;
     U8_NEXT_OR_FFFD(line.data(), i, line.size(), c);
@@ -31,12 +33,14 @@ bool mayStartHeader(std::string_view line) {
 // The value of a field made only of decimal digits (any script), or -1. Values stop growing at
 // 1000: only "above 12" matters.
 long long digitsValue(std::string_view field) {
-    if (field.empty()) return -1;
+    if (field.empty())
+        return -1;
     long long value = 0;
     for (size_t i = 0; i < field.size();) {
         UChar32 c = 0;
         U8_NEXT_OR_FFFD(field.data(), i, field.size(), c);
-        if (u_charType(c) != U_DECIMAL_DIGIT_NUMBER) return -1;
+        if (u_charType(c) != U_DECIMAL_DIGIT_NUMBER)
+            return -1;
         value = std::min(value * 10 + u_charDigitValue(c), 1000LL);
     }
     return value;
@@ -46,7 +50,8 @@ long long digitsValue(std::string_view field) {
 // and those between it and the next (or the end).
 std::pair<long long, long long> leadingNumbers(std::string_view date) {
     const size_t first = date.find_first_of("/.-");
-    if (first == std::string_view::npos) return {-1, -1};
+    if (first == std::string_view::npos)
+        return {-1, -1};
     const size_t second = date.find_first_of("/.-", first + 1);
     const size_t secondLength =
         second == std::string_view::npos ? std::string_view::npos : second - first - 1;
@@ -77,7 +82,8 @@ std::string_view DraftBatch::copy(std::string_view first, std::string_view secon
     }
     char* at = out;
     for (const std::string_view piece : {first, second, third}) {
-        if (!piece.empty()) at = std::copy(piece.begin(), piece.end(), at);
+        if (!piece.empty())
+            at = std::copy(piece.begin(), piece.end(), at);
     }
     return std::string_view(out, length);
 }
@@ -100,7 +106,8 @@ void LineParser::addText(std::string_view text) {
 }
 
 void LineParser::addLine(std::string_view line, bool beforeNewline, bool lasting) {
-    if (needsSecondPass()) return;
+    if (needsSecondPass())
+        return;
     // Exports put left-to-right and right-to-left marks around names and placeholders; they
     // must not reach any field.
     size_t mark = line.find('\xE2');
@@ -119,7 +126,8 @@ void LineParser::addLine(std::string_view line, bool beforeNewline, bool lasting
         line = withoutMarks_;
         lasting = false;
     }
-    if (beforeNewline && !line.empty() && line.back() == '\r') line.remove_suffix(1);
+    if (beforeNewline && !line.empty() && line.back() == '\r')
+        line.remove_suffix(1);
 
     if (!line.empty() && mayStartHeader(line)) {
         const bool bracketed = line.front() == '[';
@@ -135,7 +143,8 @@ void LineParser::addLine(std::string_view line, bool beforeNewline, bool lasting
                                       : LinePatterns::matchDashedNotice(line);
         if (notice) {
             noteNumbers(notice->date);
-            if (needsSecondPass() || isDroppedNotice(notice->date, notice->time)) return;
+            if (needsSecondPass() || isDroppedNotice(notice->date, notice->time))
+                return;
         }
     }
     addContinuation(line);
@@ -144,12 +153,16 @@ void LineParser::addLine(std::string_view line, bool beforeNewline, bool lasting
 void LineParser::addHeader(std::string_view date, std::string_view time, std::string_view sender,
                            std::string_view body, bool lasting) {
     noteNumbers(date);
-    if (needsSecondPass()) return;
+    if (needsSecondPass())
+        return;
     const std::string_view text = NoiseRules::trimmedBody(body);
-    if (text.empty() || NoiseRules::isNoiseTrimmed(text)) return;
-    if (open_) batch_.drafts.push_back(*open_);
+    if (text.empty() || NoiseRules::isNoiseTrimmed(text))
+        return;
+    if (open_)
+        batch_.drafts.push_back(*open_);
     open_ = MessageDraft{text::trimSpacesAndTabs(sender), text, date, time, settledOrder()};
-    if (!lasting) keepOpenDraftIn(batch_);
+    if (!lasting)
+        keepOpenDraftIn(batch_);
 }
 
 void LineParser::keepOpenDraftIn(DraftBatch& batch) {
@@ -165,33 +178,40 @@ bool LineParser::isDroppedNotice(std::string_view date, std::string_view time) {
     }
     const bool dayFirst = DateReader::read(date, time, DateOrder::dayFirst).has_value();
     const bool monthFirst = DateReader::read(date, time, DateOrder::monthFirst).has_value();
-    if (dayFirst != monthFirst) noticeJudgedDayFirst_ = true;
+    if (dayFirst != monthFirst)
+        noticeJudgedDayFirst_ = true;
     return dayFirst;
 }
 
 void LineParser::addContinuation(std::string_view line) {
-    if (!open_) return;  // lines before the first message belong to none
+    if (!open_)
+        return;  // lines before the first message belong to none
     const std::string_view trimmed = text::trimSpacesAndTabs(line);
-    if (trimmed.empty()) return;
+    if (trimmed.empty())
+        return;
     open_->text = batch_.copy(open_->text, "\n", trimmed);
 }
 
 void LineParser::noteNumbers(std::string_view dateField) {
-    if (fixedOrder_ || evidence_ == Evidence::dayFirst) return;
+    if (fixedOrder_ || evidence_ == Evidence::dayFirst)
+        return;
     const auto [first, second] = leadingNumbers(dateField);
     if (first > 12) {
         // After a month above 12 only month-first readings were made; the day-first ones of
         // the messages since then are missing.
-        if (evidence_ == Evidence::monthFirst) secondPassOrder_ = DateOrder::dayFirst;
+        if (evidence_ == Evidence::monthFirst)
+            secondPassOrder_ = DateOrder::dayFirst;
         evidence_ = Evidence::dayFirst;
     } else if (second > 12 && evidence_ == Evidence::none) {
         evidence_ = Evidence::monthFirst;
-        if (noticeJudgedDayFirst_) secondPassOrder_ = DateOrder::monthFirst;
+        if (noticeJudgedDayFirst_)
+            secondPassOrder_ = DateOrder::monthFirst;
     }
 }
 
 std::optional<DateOrder> LineParser::settledOrder() const {
-    if (fixedOrder_) return fixedOrder_;
+    if (fixedOrder_)
+        return fixedOrder_;
     switch (evidence_) {
         case Evidence::dayFirst:
             return DateOrder::dayFirst;
@@ -206,12 +226,14 @@ std::optional<DateOrder> LineParser::settledOrder() const {
 DraftBatch LineParser::takeBatch() {
     DraftBatch done = std::move(batch_);
     batch_ = DraftBatch();
-    if (open_) keepOpenDraftIn(batch_);
+    if (open_)
+        keepOpenDraftIn(batch_);
     return done;
 }
 
 DraftBatch LineParser::finish(ParseOutcome& outcome) {
-    if (open_ && !needsSecondPass()) batch_.drafts.push_back(*open_);
+    if (open_ && !needsSecondPass())
+        batch_.drafts.push_back(*open_);
     open_.reset();
     outcome.secondPassOrder = secondPassOrder_;
     outcome.order = settledOrder();

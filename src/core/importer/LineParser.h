@@ -54,7 +54,7 @@ struct ParseOutcome {
     std::optional<DateOrder> secondPassOrder;  // set: parse the whole text again this way
     std::optional<DateOrder> order;            // the order the text settled on, if it did
     bool undecidedNoticeJudgedDayFirst = false;
-    Timestamp importTime = 0;                  // the date of messages whose date did not read
+    Timestamp importTime = 0;  // the date of messages whose date did not read
 };
 
 /// Not thread-safe; one per parse, used by one thread at a time.

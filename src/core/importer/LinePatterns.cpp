@@ -32,7 +32,8 @@ constexpr size_t kNone = std::string_view::npos;
 constexpr int kLongestSender = 60;  // code points
 
 bool isSpace(UChar32 c) {
-    if (c < 0x80) return c == ' ' || (c >= 0x09 && c <= 0x0D);
+    if (c < 0x80)
+        return c == ' ' || (c >= 0x09 && c <= 0x0D);
     return u_isUWhiteSpace(c);
 }
 
@@ -41,7 +42,8 @@ bool isTerminator(UChar32 c) {
 }
 
 bool isDigit(UChar32 c) {
-    if (c < 0x80) return c >= '0' && c <= '9';
+    if (c < 0x80)
+        return c >= '0' && c <= '9';
     return u_charType(c) == U_DECIMAL_DIGIT_NUMBER;
 }
 
@@ -83,7 +85,8 @@ public:
     }
 
     size_t next(size_t i) const {
-        if (static_cast<unsigned char>(s_[i]) < 0x80) return i + 1;
+        if (static_cast<unsigned char>(s_[i]) < 0x80)
+            return i + 1;
         size_t next = 0;
         at(i, next);
         return next;
@@ -101,7 +104,8 @@ public:
     size_t skipSpaces(size_t i) const {
         while (i < s_.size()) {
             size_t next = 0;
-            if (!isSpace(at(i, next))) break;
+            if (!isSpace(at(i, next)))
+                break;
             i = next;
         }
         return i;
@@ -116,7 +120,8 @@ public:
     /// Terminators are \n \v \f \r or the UTF-8 of U+0085, U+2028, U+2029, whose lead bytes are
     /// never part of an earlier sequence, so bytes can be searched without decoding.
     size_t terminatorFrom(size_t from) {
-        if (from >= cachedFrom_ && from <= cachedTerminator_) return cachedTerminator_;
+        if (from >= cachedFrom_ && from <= cachedTerminator_)
+            return cachedTerminator_;
         const auto* bytes = reinterpret_cast<const unsigned char*>(s_.data());
         const size_t n = s_.size();
         size_t i = from;
@@ -125,16 +130,20 @@ public:
         for (; i + 8 <= n; i += 8) {
             std::uint64_t word = 0;
             std::memcpy(&word, bytes + i, 8);
-            if ((((word - kOnes * 0x0E) & ~word) | word) & kHighBits) break;
+            if ((((word - kOnes * 0x0E) & ~word) | word) & kHighBits)
+                break;
         }
         for (; i < n; ++i) {
             const unsigned char b = bytes[i];
             if (b <= 0x0D) {
-                if (b >= 0x0A) break;
+                if (b >= 0x0A)
+                    break;
             } else if (b == 0xC2) {
-                if (i + 1 < n && bytes[i + 1] == 0x85) break;
+                if (i + 1 < n && bytes[i + 1] == 0x85)
+                    break;
             } else if (b == 0xE2) {
-                if (i + 2 < n && bytes[i + 1] == 0x80 && (bytes[i + 2] | 1) == 0xA9) break;
+                if (i + 2 < n && bytes[i + 1] == 0x80 && (bytes[i + 2] | 1) == 0xA9)
+                    break;
             }
         }
         cachedFrom_ = from;
@@ -145,9 +154,11 @@ public:
     /// "$" at `b`, where `b` is the end or a line terminator.
     bool endAnchorAt(size_t b) const {
         const size_t n = s_.size();
-        if (b >= n) return true;
+        if (b >= n)
+            return true;
         const size_t after = next(b);
-        if (after == n) return !(s_[b] == '\n' && b > 0 && s_[b - 1] == '\r');
+        if (after == n)
+            return !(s_[b] == '\n' && b > 0 && s_[b - 1] == '\r');
         return s_[b] == '\r' && s_[after] == '\n' && after + 1 == n;
     }
 
@@ -168,26 +179,33 @@ public:
     std::optional<Rest> rest(size_t p, bool needSpace) {
         const size_t n = line.size();
         const size_t m = line.skipSpaces(p);
-        if (needSpace && m == p) return std::nullopt;
+        if (needSpace && m == p)
+            return std::nullopt;
         Span sender;
         if (m < n && line.byte(m) == ':') {
             // The sender needs one character: the white space gives its last one back.
-            if (m == p) return std::nullopt;
+            if (m == p)
+                return std::nullopt;
             sender = {line.previous(m), m};
-            if (needSpace && sender.begin == p) return std::nullopt;
+            if (needSpace && sender.begin == p)
+                return std::nullopt;
         } else {
-            if (m >= n) return std::nullopt;
+            if (m >= n)
+                return std::nullopt;
             // [^:] cannot cross a colon, so the sender ends at the first one; giving back white
             // space only makes it longer, so the shortest start is the only one to try.
             size_t i = m;
             for (int length = 0; i < n && line.byte(i) != ':'; i = line.next(i)) {
-                if (++length > kLongestSender) return std::nullopt;
+                if (++length > kLongestSender)
+                    return std::nullopt;
             }
-            if (i >= n) return std::nullopt;
+            if (i >= n)
+                return std::nullopt;
             sender = {m, i};
         }
         const std::optional<Span> body = bodyAfter(sender.end);
-        if (!body) return std::nullopt;
+        if (!body)
+            return std::nullopt;
         return Rest{sender, *body};
     }
 
@@ -208,10 +226,13 @@ private:
         const size_t m = line.skipSpaces(q);
         size_t end = line.terminatorFrom(m);
         for (size_t begin = m;;) {
-            if (line.endAnchorAt(end)) return Span{begin, end};
-            if (begin == q) return std::nullopt;
+            if (line.endAnchorAt(end))
+                return Span{begin, end};
+            if (begin == q)
+                return std::nullopt;
             begin = line.previous(begin);
-            if (line.isTerminatorAt(begin)) end = begin;
+            if (line.isTerminatorAt(begin))
+                end = begin;
         }
     }
 
@@ -228,17 +249,21 @@ size_t dateDigitsEnd(const Line& line, size_t start) {
         int count = 0;
         while (i < line.size()) {
             size_t next = 0;
-            if (!isDigit(line.at(i, next))) break;
+            if (!isDigit(line.at(i, next)))
+                break;
             ++count;
             i = next;
         }
         return count >= shortest && count <= longest;
     };
-    if (!digitRun(1, 4) || i >= line.size() || !isDateSeparator(line.byte(i))) return kNone;
+    if (!digitRun(1, 4) || i >= line.size() || !isDateSeparator(line.byte(i)))
+        return kNone;
     ++i;
-    if (!digitRun(1, 2) || i >= line.size() || !isDateSeparator(line.byte(i))) return kNone;
+    if (!digitRun(1, 2) || i >= line.size() || !isDateSeparator(line.byte(i)))
+        return kNone;
     ++i;
-    if (!digitRun(2, 4) || i >= line.size() || line.byte(i) != ',') return kNone;
+    if (!digitRun(2, 4) || i >= line.size() || line.byte(i) != ',')
+        return kNone;
     return i;
 }
 
@@ -258,7 +283,8 @@ auto findDash(Line& line, size_t comma, AfterDash afterDash)
     const size_t n = line.size();
     const size_t q = comma + 1;
     const size_t m = line.skipSpaces(q);
-    if (m >= n) return std::nullopt;
+    if (m >= n)
+        return std::nullopt;
     // With all the white space taken, the time starts at m and ends where a run of white space
     // before a dash begins; it cannot hold a line terminator, so that run must start by the
     // first one.
@@ -268,27 +294,36 @@ auto findDash(Line& line, size_t comma, AfterDash afterDash)
         size_t next = 0;
         const UChar32 c = line.at(i, next);
         if (isSpace(c)) {
-            if (runStart == kNone) runStart = i;
+            if (runStart == kNone)
+                runStart = i;
         } else {
             if (c == '-' && runStart != kNone) {
-                if (runStart > terminator) break;
-                if (auto rest = afterDash(i)) return Result{{m, runStart}, i, *rest};
+                if (runStart > terminator)
+                    break;
+                if (auto rest = afterDash(i))
+                    return Result{{m, runStart}, i, *rest};
             }
-            if (i > terminator) break;
+            if (i > terminator)
+                break;
             runStart = kNone;
         }
         i = next;
     }
     // Giving back white space adds one candidate: a dash right after it, with the time a single
     // white-space character (not a line terminator) and at least one more before the dash.
-    if (line.byte(m) != '-' || m == q) return std::nullopt;
+    if (line.byte(m) != '-' || m == q)
+        return std::nullopt;
     size_t w = line.previous(m);
-    if (w == q) return std::nullopt;
+    if (w == q)
+        return std::nullopt;
     const auto rest = afterDash(m);
-    if (!rest) return std::nullopt;
+    if (!rest)
+        return std::nullopt;
     for (w = line.previous(w);; w = line.previous(w)) {
-        if (!line.isTerminatorAt(w)) return Result{{w, line.next(w)}, m, *rest};
-        if (w == q) return std::nullopt;
+        if (!line.isTerminatorAt(w))
+            return Result{{w, line.next(w)}, m, *rest};
+        if (w == q)
+            return std::nullopt;
     }
 }
 
@@ -297,15 +332,16 @@ auto findDash(Line& line, size_t comma, AfterDash afterDash)
 class BracketSearch {
 public:
     /// The first ']' in [from, bound) after which the rest of the line matches.
-    std::optional<std::pair<size_t, Rest>> firstMatch(Matcher& matcher, size_t from,
-                                                      size_t bound) {
+    std::optional<std::pair<size_t, Rest>> firstMatch(Matcher& matcher, size_t from, size_t bound) {
         if (found_ != kNone && found_ >= from) {
-            if (found_ < bound) return std::make_pair(found_, foundRest_);
+            if (found_ < bound)
+                return std::make_pair(found_, foundRest_);
             return std::nullopt;
         }
         for (size_t p = std::max(scanned_, from); p < bound;) {
             const size_t bracket = matcher.line.find(']', p);
-            if (bracket == kNone || bracket >= bound) break;
+            if (bracket == kNone || bracket >= bound)
+                break;
             scanned_ = bracket + 1;
             if (auto rest = matcher.rest(bracket + 1, false)) {
                 found_ = bracket;
@@ -334,18 +370,21 @@ HeaderGroups groupsOf(const Line& line, Span date, Span time, const Rest& rest) 
 std::optional<HeaderGroups> matchBracketed(std::string_view text) {
     Matcher matcher(text);
     Line& line = matcher.line;
-    if (line.size() < 2 || line.byte(0) != '[') return std::nullopt;
+    if (line.size() < 2 || line.byte(0) != '[')
+        return std::nullopt;
     // The date group runs from after '[' to a comma, holds at least one character and no line
     // terminator; commas are tried from the first.
     const size_t dateEndLimit = line.terminatorFrom(1);
     BracketSearch brackets;
     for (size_t from = line.next(1);;) {
         const size_t comma = line.find(',', from);
-        if (comma == kNone || comma >= dateEndLimit) return std::nullopt;
+        if (comma == kNone || comma >= dateEndLimit)
+            return std::nullopt;
         from = comma + 1;
         const size_t q = comma + 1;
         const size_t m = line.skipSpaces(q);
-        if (m >= line.size()) continue;
+        if (m >= line.size())
+            continue;
         const size_t timeLimit = line.terminatorFrom(m);
         if (auto match = brackets.firstMatch(matcher, line.next(m), timeLimit)) {
             return groupsOf(line, {1, comma}, {m, match->first}, match->second);
@@ -354,7 +393,8 @@ std::optional<HeaderGroups> matchBracketed(std::string_view text) {
         // new candidate is a ']' right after it.
         if (m > q && line.byte(m) == ']') {
             const size_t w = line.previous(m);
-            if (line.isTerminatorAt(w)) continue;
+            if (line.isTerminatorAt(w))
+                continue;
             if (auto rest = matcher.rest(m + 1, false)) {
                 return groupsOf(line, {1, comma}, {w, m}, *rest);
             }
@@ -365,26 +405,32 @@ std::optional<HeaderGroups> matchBracketed(std::string_view text) {
 std::optional<HeaderGroups> matchDashed(std::string_view text) {
     Matcher matcher(text);
     const size_t comma = dateDigitsEnd(matcher.line, 0);
-    if (comma == kNone) return std::nullopt;
+    if (comma == kNone)
+        return std::nullopt;
     const auto match =
         findDash(matcher.line, comma, [&](size_t dash) { return matcher.rest(dash + 1, true); });
-    if (!match) return std::nullopt;
+    if (!match)
+        return std::nullopt;
     return groupsOf(matcher.line, {0, comma}, match->time, match->rest);
 }
 
 std::optional<NoticeGroups> matchBracketedNotice(std::string_view text) {
     const Line line(text);
-    if (line.size() < 2 || line.byte(0) != '[') return std::nullopt;
+    if (line.size() < 2 || line.byte(0) != '[')
+        return std::nullopt;
     const size_t comma = dateDigitsEnd(line, 1);
-    if (comma == kNone) return std::nullopt;
+    if (comma == kNone)
+        return std::nullopt;
     const size_t q = comma + 1;
     const size_t m = line.skipSpaces(q);
     // ([^\]]+) takes everything up to the first ']', and needs at least one character.
     const size_t close = line.find(']', m);
-    if (close == kNone) return std::nullopt;
+    if (close == kNone)
+        return std::nullopt;
     Span time{m, close};
     if (close == m) {
-        if (m == q) return std::nullopt;
+        if (m == q)
+            return std::nullopt;
         time.begin = line.previous(m);
     }
     return NoticeGroups{line.slice({1, comma}), line.slice(time)};
@@ -393,14 +439,17 @@ std::optional<NoticeGroups> matchBracketedNotice(std::string_view text) {
 std::optional<NoticeGroups> matchDashedNotice(std::string_view text) {
     Line line(text);
     const size_t comma = dateDigitsEnd(line, 0);
-    if (comma == kNone) return std::nullopt;
+    if (comma == kNone)
+        return std::nullopt;
     const auto match = findDash(line, comma, [&](size_t dash) -> std::optional<bool> {
         const size_t after = dash + 1;
         size_t next = 0;
-        if (after < line.size() && isSpace(line.at(after, next))) return true;
+        if (after < line.size() && isSpace(line.at(after, next)))
+            return true;
         return std::nullopt;
     });
-    if (!match) return std::nullopt;
+    if (!match)
+        return std::nullopt;
     return NoticeGroups{line.slice({0, comma}), line.slice(match->time)};
 }
 

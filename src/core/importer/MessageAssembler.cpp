@@ -18,7 +18,8 @@ void adviseHugePages(void* start, std::size_t length) {
     constexpr std::uintptr_t kHugePage = std::uintptr_t{2} << 20;
     const auto begin = (reinterpret_cast<std::uintptr_t>(start) + kHugePage - 1) & ~(kHugePage - 1);
     const auto end = (reinterpret_cast<std::uintptr_t>(start) + length) & ~(kHugePage - 1);
-    if (end > begin) madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+    if (end > begin)
+        madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
 }
 
 }  // namespace
@@ -39,7 +40,8 @@ void MessageAssembler::add(const DraftBatch& batch) {
         messages_.push_back(ChatMessage{uuids_.next(), std::string(draft.sender),
                                         std::string(draft.text),
                                         read(draft.order.value_or(DateOrder::dayFirst))});
-        if (!draft.order) monthFirstReadings_.push_back(read(DateOrder::monthFirst));
+        if (!draft.order)
+            monthFirstReadings_.push_back(read(DateOrder::monthFirst));
     }
 }
 
@@ -50,7 +52,8 @@ void MessageAssembler::adoptMonthFirstReadings() {
 }
 
 std::optional<DateOrder> MessageAssembler::finish(const ParseOutcome& outcome) {
-    if (outcome.secondPassOrder) return outcome.secondPassOrder;
+    if (outcome.secondPassOrder)
+        return outcome.secondPassOrder;
     if (outcome.order == DateOrder::monthFirst) {
         adoptMonthFirstReadings();
     } else if (!outcome.order) {
@@ -59,8 +62,10 @@ std::optional<DateOrder> MessageAssembler::finish(const ParseOutcome& outcome) {
         long long dayFirstSteps = 0, monthFirstSteps = 0;
         double lastDayFirst = NAN, lastMonthFirst = NAN;
         auto step = [](double date, double& last, long long& steps) {
-            if (std::isnan(date)) return;
-            if (!std::isnan(last) && date < last) ++steps;
+            if (std::isnan(date))
+                return;
+            if (!std::isnan(last) && date < last)
+                ++steps;
             last = date;
         };
         for (std::size_t i = 0; i < messages_.size(); ++i) {
@@ -69,12 +74,14 @@ std::optional<DateOrder> MessageAssembler::finish(const ParseOutcome& outcome) {
         }
         if (monthFirstSteps < dayFirstSteps) {
             // An app notice was kept or dropped on its day-first reading.
-            if (outcome.undecidedNoticeJudgedDayFirst) return DateOrder::monthFirst;
+            if (outcome.undecidedNoticeJudgedDayFirst)
+                return DateOrder::monthFirst;
             adoptMonthFirstReadings();
         }
     }
     for (ChatMessage& message : messages_) {
-        if (std::isnan(message.date)) message.date = outcome.importTime;
+        if (std::isnan(message.date))
+            message.date = outcome.importTime;
     }
     return std::nullopt;
 }

@@ -6,9 +6,11 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -54,6 +56,40 @@ char asciiLower(char c) {
     return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + ('a' - 'A')) : c;
 }
 
+bool equalsIgnoringAsciiCase(std::string_view a, std::string_view b) {
+    if (a.size() != b.size())
+        return false;
+    for (size_t i = 0; i < a.size(); ++i) {
+        if (asciiLower(a[i]) != b[i])
+            return false;
+    }
+    return true;
+}
+
+bool startsWithIgnoringAsciiCase(std::string_view text, std::string_view prefix) {
+    return text.size() >= prefix.size() &&
+           equalsIgnoringAsciiCase(text.substr(0, prefix.size()), prefix);
+}
+
+bool containsCallIgnoringAsciiCase(std::string_view text) {
+    // "c" and "C" are the only bytes that OR 0x20 turns into "c": look for them eight at a time.
+    constexpr std::uint64_t kOnes = 0x0101010101010101ULL, kHighBits = 0x8080808080808080ULL;
+    size_t i = 0;
+    for (; i + 8 <= text.size(); i += 8) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, text.data() + i, 8);
+        const std::uint64_t cs = (word | kOnes * 0x20) ^ (kOnes * 'c');
+        if (((cs - kOnes) & ~cs & kHighBits) != 0)
+            break;
+    }
+    for (; i + 4 <= text.size(); ++i) {
+        if ((text[i] | 0x20) == 'c' && equalsIgnoringAsciiCase(text.substr(i, 4), "call")) {
+            return true;
+        }
+    }
+    return false;
+}
+
 // Multi-phrase search in the manner of Wu and Manber: a window as long as the shortest phrase
 // slides along the text, and the three bytes at its end say how far it may jump without passing
 // over the start of any phrase. Most windows jump several bytes, so a message costs a few table
@@ -82,7 +118,8 @@ public:
             }
             const size_t start = end - (kWindow - kBlock);
             for (const std::uint8_t phrase : starting_[slotAt(text, start)]) {
-                if (matchesAt(text, start, kPhrases[phrase])) return true;
+                if (matchesAt(text, start, kPhrases[phrase]))
+                    return true;
             }
             ++end;
         }
@@ -92,7 +129,8 @@ public:
 private:
     static constexpr size_t kWindow = [] {
         size_t shortest = kPhrases[0].size();
-        for (const std::string_view phrase : kPhrases) shortest = std::min(shortest, phrase.size());
+        for (const std::string_view phrase : kPhrases)
+            shortest = std::min(shortest, phrase.size());
         return shortest;
     }();
     static constexpr size_t kBlock = 3;
@@ -109,9 +147,11 @@ private:
     }
 
     static bool matchesAt(std::string_view text, size_t at, std::string_view phrase) {
-        if (text.size() - at < phrase.size()) return false;
+        if (text.size() - at < phrase.size())
+            return false;
         for (size_t i = 0; i < phrase.size(); ++i) {
-            if (asciiLower(text[at + i]) != phrase[i]) return false;
+            if (asciiLower(text[at + i]) != phrase[i])
+                return false;
         }
         return true;
     }
@@ -128,51 +168,17 @@ constexpr char16_t kCallLogPattern[] =
     u"(?:ended|try again|no answer|declined|busy|unanswered)|"
     u"\\d{1,3} (?:sec|secs|second|seconds|min|mins|minute|minutes|hr|hrs|hour|hours))$";
 
-// The alternative that is a single word or two, and the units after a number.
-constexpr std::array<std::string_view, 6> kShortCallWords = {
-    "ended", "try again", "no answer", "declined", "busy", "unanswered"};
-constexpr std::array<std::string_view, 12> kTimeUnits = {
-    "sec", "secs", "second", "seconds", "min", "mins", "minute", "minutes", "hr", "hrs", "hour",
-    "hours"};
-
-
-bool equalsIgnoringAsciiCase(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        if (asciiLower(a[i]) != b[i]) return false;
-    }
-    return true;
-}
-
-bool startsWithIgnoringAsciiCase(std::string_view text, std::string_view prefix) {
-    return text.size() >= prefix.size() &&
-           equalsIgnoringAsciiCase(text.substr(0, prefix.size()), prefix);
-}
-
-bool containsCallIgnoringAsciiCase(std::string_view text) {
-    // "c" and "C" are the only bytes that OR 0x20 turns into "c": look for them eight at a time.
-    constexpr std::uint64_t kOnes = 0x0101010101010101ULL, kHighBits = 0x8080808080808080ULL;
-    size_t i = 0;
-    for (; i + 8 <= text.size(); i += 8) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, text.data() + i, 8);
-        const std::uint64_t cs = (word | kOnes * 0x20) ^ (kOnes * 'c');
-        if (((cs - kOnes) & ~cs & kHighBits) != 0) break;
-    }
-    for (; i + 4 <= text.size(); ++i) {
-        if ((text[i] | 0x20) == 'c' && equalsIgnoringAsciiCase(text.substr(i, 4), "call")) {
-            return true;
-        }
-    }
-    return false;
-}
-
 // The words that the alternatives with "call" start with, and those after "call " in the third.
 constexpr std::array<std::string_view, 7> kCallOpenings = {
     "missed", "group", "incoming", "outgoing", "silenced", "voice", "video"};
 constexpr std::array<std::string_view, 4> kCallOutcomes = {"failed", "ended", "declined",
                                                            "not answered"};
-
+// The alternative that is a single word or two, and the units after a number.
+constexpr std::array<std::string_view, 6> kShortCallWords = {"ended",    "try again", "no answer",
+                                                             "declined", "busy",      "unanswered"};
+constexpr std::array<std::string_view, 12> kTimeUnits = {"sec", "secs", "second", "seconds",
+                                                         "min", "mins", "minute", "minutes",
+                                                         "hr",  "hrs",  "hour",   "hours"};
 
 // \d{1,3} and a space: how the "5 minutes" alternative starts.
 bool startsWithShortNumberAndSpace(std::string_view text) {
@@ -181,8 +187,10 @@ bool startsWithShortNumberAndSpace(std::string_view text) {
     while (i < text.size()) {
         UChar32 c = 0;
         U8_NEXT_OR_FFFD(text.data(), i, text.size(), c);
-        if (u_charType(c) != U_DECIMAL_DIGIT_NUMBER) return digits >= 1 && digits <= 3 && c == ' ';
-        if (++digits > 3) return false;
+        if (u_charType(c) != U_DECIMAL_DIGIT_NUMBER)
+            return digits >= 1 && digits <= 3 && c == ' ';
+        if (++digits > 3)
+            return false;
     }
     return false;
 }
@@ -190,10 +198,10 @@ bool startsWithShortNumberAndSpace(std::string_view text) {
 const icu::RegexPattern* callLogPattern() {
     static const std::unique_ptr<icu::RegexPattern> pattern = [] {
         UErrorCode status = U_ZERO_ERROR;
-        std::unique_ptr<icu::RegexPattern> compiled(
-            icu::RegexPattern::compile(icu::UnicodeString(kCallLogPattern), UREGEX_CASE_INSENSITIVE,
-                                       status));
-        if (U_FAILURE(status)) compiled.reset();
+        std::unique_ptr<icu::RegexPattern> compiled(icu::RegexPattern::compile(
+            icu::UnicodeString(kCallLogPattern), UREGEX_CASE_INSENSITIVE, status));
+        if (U_FAILURE(status))
+            compiled.reset();
         return compiled;
     }();
     return pattern.get();
@@ -218,7 +226,9 @@ bool containsPhrase(std::string_view lowered) {
 
 bool isCallLogByRegex(std::string_view text) {
     const icu::RegexPattern* pattern = callLogPattern();
-    if (pattern == nullptr) return false;
+    // ICU takes 32-bit lengths; no call log comes near them.
+    if (pattern == nullptr || text.size() > static_cast<size_t>(INT32_MAX))
+        return false;
     // One matcher per thread: making a matcher costs more than running it on a short text.
     thread_local std::unique_ptr<icu::RegexMatcher> matcher;
     UErrorCode status = U_ZERO_ERROR;
@@ -241,15 +251,17 @@ bool isCallLogByRegex(std::string_view text) {
 namespace {
 
 bool anyStartsWith(std::string_view text, std::span<const std::string_view> words) {
-    return std::any_of(words.begin(), words.end(),
-                       [&](std::string_view word) { return startsWithIgnoringAsciiCase(text, word); });
+    return std::any_of(words.begin(), words.end(), [&](std::string_view word) {
+        return startsWithIgnoringAsciiCase(text, word);
+    });
 }
 
 bool hasCharacterFoldingToAscii(std::string_view text) {
     for (size_t i = 0; i < text.size();) {
         UChar32 c = 0;
         U8_NEXT_OR_FFFD(text.data(), i, text.size(), c);
-        if (c >= 0x80 && foldsToAsciiLetters(static_cast<char32_t>(c))) return true;
+        if (c >= 0x80 && foldsToAsciiLetters(static_cast<char32_t>(c)))
+            return true;
     }
     return false;
 }
@@ -283,12 +295,14 @@ bool isCallLogSpelledAnyhow(std::string_view text) {
     }
     constexpr size_t kLongestWord = 10;  // "unanswered"
     const std::string_view word = withoutFinalTerminator(text);
-    if (word.size() > 4 * kLongestWord) return false;
+    if (word.size() > 4 * kLongestWord)
+        return false;
     size_t codePoints = 0;
     for (size_t i = 0; i < word.size(); ++codePoints) {
         UChar32 c = 0;
         U8_NEXT_OR_FFFD(word.data(), i, word.size(), c);
-        if (c >= 0x80 && !foldsToAsciiLetters(static_cast<char32_t>(c))) return false;
+        if (c >= 0x80 && !foldsToAsciiLetters(static_cast<char32_t>(c)))
+            return false;
     }
     return codePoints <= kLongestWord && isCallLogByRegex(text);
 }
@@ -297,7 +311,8 @@ bool isCallLogSpelledAnyhow(std::string_view text) {
 // with "call " and one of four words, or with one of seven words and white space. Nothing when
 // the text starts otherwise.
 std::optional<bool> isCallSentence(std::string_view text) {
-    if (text.empty()) return std::nullopt;
+    if (text.empty())
+        return std::nullopt;
     const char first = static_cast<char>(text[0] | 0x20);
     if (first != 'c' && first != 'm' && first != 'g' && first != 'i' && first != 'o' &&
         first != 's' && first != 'v') {
@@ -307,7 +322,8 @@ std::optional<bool> isCallSentence(std::string_view text) {
         return anyStartsWith(text.substr(5), kCallOutcomes) && isCallLogByRegex(text);
     }
     for (const std::string_view word : kCallOpenings) {
-        if (text.size() <= word.size() || !startsWithIgnoringAsciiCase(text, word)) continue;
+        if (text.size() <= word.size() || !startsWithIgnoringAsciiCase(text, word))
+            continue;
         UChar32 next = 0;
         size_t at = word.size();
         U8_NEXT_OR_FFFD(text.data(), at, text.size(), next);
@@ -320,14 +336,18 @@ std::optional<bool> isCallSentence(std::string_view text) {
 // isCallLog, told whether `text` is ASCII. ICU runs only for text that starts the way an
 // alternative with "call" starts, or (outside ASCII) with a number and a space.
 bool isCallLog(std::string_view text, bool ascii) {
-    if (!ascii && hasCharacterFoldingToAscii(text)) return isCallLogSpelledAnyhow(text);
+    if (!ascii && hasCharacterFoldingToAscii(text))
+        return isCallLogSpelledAnyhow(text);
     // Now the pattern's letters match only ASCII letters, in either case.
-    if (const std::optional<bool> sentence = isCallSentence(text)) return *sentence;
+    if (const std::optional<bool> sentence = isCallSentence(text))
+        return *sentence;
     const std::string_view whole = withoutFinalTerminator(text);
-    if (!ascii && !text::isAscii(whole)) return startsWithShortNumberAndSpace(text) && isCallLogByRegex(text);
+    if (!ascii && !text::isAscii(whole))
+        return startsWithShortNumberAndSpace(text) && isCallLogByRegex(text);
     // A number and a unit ("5 minutes"), or one of the single words.
     size_t digits = 0;
-    while (digits < whole.size() && whole[digits] >= '0' && whole[digits] <= '9') ++digits;
+    while (digits < whole.size() && whole[digits] >= '0' && whole[digits] <= '9')
+        ++digits;
     if (digits >= 1 && digits <= 3 && digits < whole.size() && whole[digits] == ' ') {
         const std::string_view unit = whole.substr(digits + 1);
         return std::any_of(kTimeUnits.begin(), kTimeUnits.end(),
@@ -344,25 +364,28 @@ bool isCallLog(std::string_view text) {
 }
 
 std::string_view trimmedBody(std::string_view body) {
-    if (body.empty()) return body;
+    if (body.empty())
+        return body;
     UChar32 first = 0, last = 0;
     size_t afterFirst = 0;
     U8_NEXT_OR_FFFD(body.data(), afterFirst, body.size(), first);
     // The last code point: back over at most three continuation bytes, then forward to the end.
     size_t lastStart = body.size() - 1;
-    for (int i = 0; i < 3 && lastStart > 0 &&
-                    (static_cast<unsigned char>(body[lastStart]) & 0xC0) == 0x80;
+    for (int i = 0;
+         i < 3 && lastStart > 0 && (static_cast<unsigned char>(body[lastStart]) & 0xC0) == 0x80;
          ++i) {
         --lastStart;
     }
     size_t afterLast = lastStart;
     U8_NEXT_OR_FFFD(body.data(), afterLast, body.size(), last);
-    if (afterLast == body.size() && !u_isUWhiteSpace(first) && !u_isUWhiteSpace(last)) return body;
+    if (afterLast == body.size() && !u_isUWhiteSpace(first) && !u_isUWhiteSpace(last))
+        return body;
     return text::trimWhitespace(body);
 }
 
 bool isNoiseTrimmed(std::string_view trimmed) {
-    if (trimmed.empty()) return true;
+    if (trimmed.empty())
+        return true;
     // A bracketed placeholder such as "<Media omitted>", short enough not to be a real message.
     if (trimmed.front() == '<' && trimmed.back() == '>' &&
         (trimmed.size() < 120 || text::characterCount(trimmed) < 120)) {

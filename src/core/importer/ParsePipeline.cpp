@@ -20,12 +20,14 @@ public:
 
     bool send(DraftBatch batch) override {
         assembler_.add(batch);
-        for (auto& kept : batch.takeKept()) spare_.push_back(std::move(kept));
+        for (auto& kept : batch.takeKept())
+            spare_.push_back(std::move(kept));
         return true;
     }
 
     std::unique_ptr<std::string> buffer() override {
-        if (spare_.empty()) return std::make_unique<std::string>();
+        if (spare_.empty())
+            return std::make_unique<std::string>();
         auto reused = std::move(spare_.back());
         spare_.pop_back();
         return reused;
@@ -42,7 +44,8 @@ public:
     bool send(DraftBatch batch) override {
         std::unique_lock lock(mutex_);
         roomLeft_.wait(lock, [&] { return abandoned_ || batches_.size() < kBatchesInFlight; });
-        if (abandoned_) return false;
+        if (abandoned_)
+            return false;
         batches_.push_back(std::move(batch));
         ready_.notify_one();
         return true;
@@ -50,7 +53,8 @@ public:
 
     std::unique_ptr<std::string> buffer() override {
         const std::lock_guard lock(mutex_);
-        if (spare_.empty()) return std::make_unique<std::string>();
+        if (spare_.empty())
+            return std::make_unique<std::string>();
         auto reused = std::move(spare_.back());
         spare_.pop_back();
         return reused;
@@ -60,7 +64,8 @@ public:
     std::optional<DraftBatch> take() {
         std::unique_lock lock(mutex_);
         ready_.wait(lock, [&] { return closed_ || !batches_.empty(); });
-        if (batches_.empty()) return std::nullopt;
+        if (batches_.empty())
+            return std::nullopt;
         DraftBatch batch = std::move(batches_.front());
         batches_.pop_front();
         roomLeft_.notify_one();
@@ -69,7 +74,8 @@ public:
 
     void recycle(std::vector<std::unique_ptr<std::string>> buffers) {
         const std::lock_guard lock(mutex_);
-        for (auto& kept : buffers) spare_.push_back(std::move(kept));
+        for (auto& kept : buffers)
+            spare_.push_back(std::move(kept));
     }
 
     /// The feeder is done.
@@ -111,14 +117,16 @@ Run run(const Feed& feed, std::optional<DateOrder> fixedOrder, std::size_t textB
     if (!concurrent) {
         InlineHandover handover(assembler);
         result.fed = feed(parser, handover);
-        if (result.fed) assembler.add(parser.finish(outcome));
+        if (result.fed)
+            assembler.add(parser.finish(outcome));
     } else {
         Exchange exchange;
         std::exception_ptr failure;
         std::thread feeder([&] {
             try {
                 result.fed = feed(parser, exchange);
-                if (result.fed) exchange.send(parser.finish(outcome));
+                if (result.fed)
+                    exchange.send(parser.finish(outcome));
             } catch (...) {
                 failure = std::current_exception();
             }
@@ -135,11 +143,14 @@ Run run(const Feed& feed, std::optional<DateOrder> fixedOrder, std::size_t textB
             throw;
         }
         feeder.join();
-        if (failure) std::rethrow_exception(failure);
+        if (failure)
+            std::rethrow_exception(failure);
     }
-    if (!result.fed) return result;
+    if (!result.fed)
+        return result;
     result.secondPassOrder = assembler.finish(outcome);
-    if (!result.secondPassOrder) result.messages = assembler.takeMessages();
+    if (!result.secondPassOrder)
+        result.messages = assembler.takeMessages();
     return result;
 }
 

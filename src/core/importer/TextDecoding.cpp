@@ -10,10 +10,14 @@ using std::size_t;
 
 // The length of the UTF-8 sequence that `lead` starts, or 0 for a byte that cannot start one.
 size_t sequenceLength(unsigned char lead) {
-    if (lead < 0x80) return 1;
-    if (lead >= 0xC2 && lead <= 0xDF) return 2;
-    if (lead >= 0xE0 && lead <= 0xEF) return 3;
-    if (lead >= 0xF0 && lead <= 0xF4) return 4;
+    if (lead < 0x80)
+        return 1;
+    if (lead >= 0xC2 && lead <= 0xDF)
+        return 2;
+    if (lead >= 0xE0 && lead <= 0xEF)
+        return 3;
+    if (lead >= 0xF0 && lead <= 0xF4)
+        return 4;
     return 0;
 }
 
@@ -39,11 +43,14 @@ enum class Check { wellFormed, truncated, illFormed };
 // Checks the sequence at the start of `s` (s nonempty): its length goes to `length`.
 Check checkSequence(const unsigned char* s, size_t available, size_t& length) {
     length = sequenceLength(s[0]);
-    if (length == 0) return Check::illFormed;
+    if (length == 0)
+        return Check::illFormed;
     for (size_t i = 1; i < length; ++i) {
-        if (i >= available) return Check::truncated;
+        if (i >= available)
+            return Check::truncated;
         const bool fits = i == 1 ? secondByteFits(s[0], s[i]) : (s[i] >= 0x80 && s[i] <= 0xBF);
-        if (!fits) return Check::illFormed;
+        if (!fits)
+            return Check::illFormed;
     }
     return Check::wellFormed;
 }
@@ -60,10 +67,12 @@ size_t wellFormedPrefix(std::string_view text, bool& truncated) {
         while (i + 8 <= n) {
             std::uint64_t word = 0;
             std::memcpy(&word, s + i, 8);
-            if (word & 0x8080808080808080ULL) break;
+            if (word & 0x8080808080808080ULL)
+                break;
             i += 8;
         }
-        if (i >= n) break;
+        if (i >= n)
+            break;
         if (s[i] < 0x80) {
             ++i;
             continue;
@@ -102,13 +111,17 @@ constexpr char32_t kReplacement = 0xFFFD;
 }  // namespace
 
 Detection detect(std::string_view head) {
-    if (head.starts_with("\xEF\xBB\xBF")) return {Encoding::utf8, 3};
-    if (head.starts_with("\xFF\xFE")) return {Encoding::utf16LittleEndian, 2};
-    if (head.starts_with("\xFE\xFF")) return {Encoding::utf16BigEndian, 2};
+    if (head.starts_with("\xEF\xBB\xBF"))
+        return {Encoding::utf8, 3};
+    if (head.starts_with("\xFF\xFE"))
+        return {Encoding::utf16LittleEndian, 2};
+    if (head.starts_with("\xFE\xFF"))
+        return {Encoding::utf16BigEndian, 2};
     head = head.substr(0, kDetectionLength);
     size_t zerosAtEven = 0, zerosAtOdd = 0;
     for (size_t i = 0; i < head.size(); ++i) {
-        if (head[i] == '\0') ++(i % 2 == 0 ? zerosAtEven : zerosAtOdd);
+        if (head[i] == '\0')
+            ++(i % 2 == 0 ? zerosAtEven : zerosAtOdd);
     }
     // Text in UTF-16 without a mark: mostly Latin letters, each with a zero byte beside it.
     // The zeros fall after the letter in little-endian order, before it in big-endian order.
@@ -124,19 +137,23 @@ bool Decoder::decodeUtf8(std::string_view bytes, std::string_view& whole) {
     size_t used = 0;
     if (!pending_.empty()) {
         const size_t needed = sequenceLength(static_cast<unsigned char>(pending_[0]));
-        while (pending_.size() < needed && used < bytes.size()) pending_.push_back(bytes[used++]);
+        while (pending_.size() < needed && used < bytes.size())
+            pending_.push_back(bytes[used++]);
         size_t length = 0;
         const Check check = checkSequence(reinterpret_cast<const unsigned char*>(pending_.data()),
                                           pending_.size(), length);
-        if (check == Check::illFormed) return false;
-        if (check == Check::truncated) return true;  // still waiting for the rest
+        if (check == Check::illFormed)
+            return false;
+        if (check == Check::truncated)
+            return true;  // still waiting for the rest
         converted_.swap(pending_);
         pending_.clear();
     }
     const std::string_view rest = bytes.substr(used);
     bool truncated = false;
     const size_t valid = wellFormedPrefix(rest, truncated);
-    if (valid < rest.size() && !truncated) return false;
+    if (valid < rest.size() && !truncated)
+        return false;
     pending_.assign(rest.substr(valid));
     whole = rest.substr(0, valid);
     return true;
@@ -145,7 +162,8 @@ bool Decoder::decodeUtf8(std::string_view bytes, std::string_view& whole) {
 void Decoder::appendCodeUnit(char16_t unit, std::string& out) {
     if (highSurrogate_ != 0) {
         if (unit >= 0xDC00 && unit <= 0xDFFF) {
-            appendUtf8(0x10000 + ((char32_t{highSurrogate_} - 0xD800) << 10) + (unit - 0xDC00), out);
+            appendUtf8(0x10000 + ((char32_t{highSurrogate_} - 0xD800) << 10) + (unit - 0xDC00),
+                       out);
             highSurrogate_ = 0;
             return;
         }
@@ -168,25 +186,27 @@ void Decoder::decodeUtf16(std::string_view bytes, std::string& out) {
         return static_cast<char16_t>(littleEndian ? (second << 8 | first) : (first << 8 | second));
     };
     if (pendingByte_ >= 0 && !bytes.empty()) {
-        appendCodeUnit(unitOf(static_cast<unsigned char>(pendingByte_),
-                              static_cast<unsigned char>(bytes[0])),
-                       out);
+        appendCodeUnit(
+            unitOf(static_cast<unsigned char>(pendingByte_), static_cast<unsigned char>(bytes[0])),
+            out);
         pendingByte_ = -1;
         i = 1;
     }
     for (; i + 1 < bytes.size(); i += 2) {
-        appendCodeUnit(unitOf(static_cast<unsigned char>(bytes[i]),
-                              static_cast<unsigned char>(bytes[i + 1])),
-                       out);
+        appendCodeUnit(
+            unitOf(static_cast<unsigned char>(bytes[i]), static_cast<unsigned char>(bytes[i + 1])),
+            out);
     }
-    if (i < bytes.size()) pendingByte_ = static_cast<unsigned char>(bytes[i]);
+    if (i < bytes.size())
+        pendingByte_ = static_cast<unsigned char>(bytes[i]);
 }
 
 bool Decoder::decode(std::string_view bytes, std::string& out) {
     switch (encoding_) {
         case Encoding::utf8: {
             std::string_view whole;
-            if (!decodeUtf8(bytes, whole)) return false;
+            if (!decodeUtf8(bytes, whole))
+                return false;
             out += converted_;
             out += whole;
             return true;
@@ -198,15 +218,18 @@ bool Decoder::decode(std::string_view bytes, std::string& out) {
             return true;
         case Encoding::latin1:
             out.reserve(out.size() + bytes.size() * 2);
-            for (const char byte : bytes) appendUtf8(static_cast<unsigned char>(byte), out);
+            for (const char byte : bytes)
+                appendUtf8(static_cast<unsigned char>(byte), out);
             return true;
     }
     return true;
 }
 
 bool Decoder::finish(std::string& out) {
-    if (encoding_ == Encoding::utf8) return pending_.empty();
-    if (highSurrogate_ != 0 || pendingByte_ >= 0) appendUtf8(kReplacement, out);
+    if (encoding_ == Encoding::utf8)
+        return pending_.empty();
+    if (highSurrogate_ != 0 || pendingByte_ >= 0)
+        appendUtf8(kReplacement, out);
     highSurrogate_ = 0;
     pendingByte_ = -1;
     return true;
@@ -217,7 +240,8 @@ std::string decode(std::string_view bytes) {
     const std::string_view text = bytes.substr(detection.markLength);
     std::string out;
     Decoder decoder(detection.encoding);
-    if (decoder.decode(text, out) && decoder.finish(out)) return out;
+    if (decoder.decode(text, out) && decoder.finish(out))
+        return out;
     out.clear();
     Decoder latin1(Encoding::latin1);
     latin1.decode(text, out);

@@ -60,8 +60,8 @@ private:
     void appendCodeUnit(char16_t unit, std::string& out);
 
     Encoding encoding_;
-    std::string pending_;        // UTF-8: the start of a character split between pieces
-    int pendingByte_ = -1;       // UTF-16: the first byte of a code unit split between pieces
+    std::string pending_;         // UTF-8: the start of a character split between pieces
+    int pendingByte_ = -1;        // UTF-16: the first byte of a code unit split between pieces
     char16_t highSurrogate_ = 0;  // UTF-16: waiting for its low surrogate
     std::string converted_;
 };
@@ -74,14 +74,18 @@ bool Decoder::decodeInto(std::string_view bytes, Emit&& emit) {
     if (encoding_ != Encoding::utf8) {
         converted_.clear();
         decode(bytes, converted_);
-        if (!converted_.empty()) emit(std::string_view(converted_), false);
+        if (!converted_.empty())
+            emit(std::string_view(converted_), false);
         return true;
     }
     // A character completed from the previous piece comes first, then the rest as a view.
     std::string_view whole;
-    if (!decodeUtf8(bytes, whole)) return false;
-    if (!converted_.empty()) emit(std::string_view(converted_), false);
-    if (!whole.empty()) emit(whole, true);
+    if (!decodeUtf8(bytes, whole))
+        return false;
+    if (!converted_.empty())
+        emit(std::string_view(converted_), false);
+    if (!whole.empty())
+        emit(whole, true);
     return true;
 }
 

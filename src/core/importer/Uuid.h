@@ -24,7 +24,7 @@ public:
     std::string next() {
         std::uint64_t high = engine_();
         std::uint64_t low = engine_();
-        high = (high & ~0xF000ULL) | 0x4000ULL;                      // version 4
+        high = (high & ~0xF000ULL) | 0x4000ULL;                       // version 4
         low = (low & 0x3FFFFFFFFFFFFFFFULL) | 0x8000000000000000ULL;  // RFC 4122 variant
         std::string text(36, '-');
         char* out = text.data();

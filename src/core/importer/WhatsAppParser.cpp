@@ -21,8 +21,10 @@ bool feedSlices(std::string_view text, LineParser& parser, ParsePipeline::Handov
         // A slice that ends after a newline holds whole lines (and an empty one after its last
         // newline, which adds nothing).
         parser.addText(text.substr(start, end - start));
-        if (end == text.size()) return true;
-        if (!handover.send(parser.takeBatch())) return false;
+        if (end == text.size())
+            return true;
+        if (!handover.send(parser.takeBatch()))
+            return false;
         start = end;
     }
     return true;
@@ -41,17 +43,20 @@ std::vector<ChatMessage> parse(std::string_view text) {
             order, text.size(), concurrent);
         // Rare: the text settled its date order too late for one pass. With the order fixed,
         // the second pass always completes.
-        if (!run.secondPassOrder) return std::move(run.messages);
+        if (!run.secondPassOrder)
+            return std::move(run.messages);
         order = run.secondPassOrder;
     }
 }
 
 std::optional<Hit> match(std::string_view line) {
-    if (line.empty()) return std::nullopt;
+    if (line.empty())
+        return std::nullopt;
     // The bracketed layout needs '[' first and the dash layout a digit, so one try is enough.
-    const auto groups = line.front() == '[' ? LinePatterns::matchBracketed(line)
-                                            : LinePatterns::matchDashed(line);
-    if (!groups) return std::nullopt;
+    const auto groups =
+        line.front() == '[' ? LinePatterns::matchBracketed(line) : LinePatterns::matchDashed(line);
+    if (!groups)
+        return std::nullopt;
     return Hit{groups->date, groups->time, text::trimSpacesAndTabs(groups->sender), groups->body};
 }
 

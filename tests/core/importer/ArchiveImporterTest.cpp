@@ -1,5 +1,3 @@
-#include "importer/ArchiveImporter.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <zip.h>
@@ -10,14 +8,15 @@
 #include <vector>
 
 #include "TestSupport.h"
+#include "importer/ArchiveImporter.h"
 #include "importer/WhatsAppParser.h"
 
 namespace lumenary {
 namespace {
 
-using ::testing::ElementsAre;
 using ArchiveImporter::ImportError;
 using ArchiveImporter::SenderCount;
+using ::testing::ElementsAre;
 using testing::TemporaryFolder;
 using testing::testData;
 
@@ -39,7 +38,8 @@ std::filesystem::path writeZip(const TemporaryFolder& folder, const std::string&
 std::vector<std::pair<std::string, std::string>> sendersAndTexts(
     const std::vector<ChatMessage>& messages) {
     std::vector<std::pair<std::string, std::string>> out;
-    for (const ChatMessage& message : messages) out.emplace_back(message.sender, message.text);
+    for (const ChatMessage& message : messages)
+        out.emplace_back(message.sender, message.text);
     return out;
 }
 
@@ -91,10 +91,10 @@ TEST(ArchiveImporter, ChoosesTheChatFileInTheOrderOfTheZipsDirectory) {
     EXPECT_EQ(sendersAndTexts(upper->messages), (Texts{{"Amma", "from the chat"}}));
     // A Mac's resource file comes first in its zip's directory; for now it is read like any
     // other and simply holds no messages.
-    const auto mac = ArchiveImporter::load(writeZip(
-        folder, "mac.zip",
-        {{"__MACOSX/._chat.txt", std::string("\0\5\26\7\0\2\0\0Mac OS X", 16)},
-         {"_chat.txt", chat}}));
+    const auto mac = ArchiveImporter::load(
+        writeZip(folder, "mac.zip",
+                 {{"__MACOSX/._chat.txt", std::string("\0\5\26\7\0\2\0\0Mac OS X", 16)},
+                  {"_chat.txt", chat}}));
     ASSERT_TRUE(mac);
     EXPECT_TRUE(mac->messages.empty());
 }
@@ -125,7 +125,8 @@ TEST(ArchiveImporter, ExplainsWhatItCannotRead) {
     const auto directory = ArchiveImporter::load(folder.path() / "export.zip");
     ASSERT_FALSE(directory);
     EXPECT_EQ(directory.error().description(),
-              "Could not read \u201C" "export.zip\u201D: Is a directory.");
+              "Could not read \u201C"
+              "export.zip\u201D: Is a directory.");
 }
 
 TEST(ArchiveImporter, ReadsTheSameExportInEveryEncoding) {
@@ -133,7 +134,8 @@ TEST(ArchiveImporter, ReadsTheSameExportInEveryEncoding) {
     const auto expected = WhatsAppParser::parse(utf8);
     ASSERT_EQ(expected.size(), 6u);
     std::u16string wide;
-    for (const unsigned char c : utf8) wide += static_cast<char16_t>(c);  // the fixture is ASCII
+    for (const unsigned char c : utf8)
+        wide += static_cast<char16_t>(c);  // the fixture is ASCII
     auto utf16 = [&](bool littleEndian) {
         std::string bytes;
         for (const char16_t unit : wide) {
@@ -145,8 +147,8 @@ TEST(ArchiveImporter, ReadsTheSameExportInEveryEncoding) {
     const TemporaryFolder folder;
     for (const auto& path :
          {testData("utf16le-bom.txt"), folder.write("le.txt", utf16(true)),
-          folder.write("be.txt", "\xFE\xFF" + utf16(false)), folder.write("be-bare.txt", utf16(false)),
-          folder.write("bom.txt", "\xEF\xBB\xBF" + utf8),
+          folder.write("be.txt", "\xFE\xFF" + utf16(false)),
+          folder.write("be-bare.txt", utf16(false)), folder.write("bom.txt", "\xEF\xBB\xBF" + utf8),
           writeZip(folder, "utf16.zip", {{"_chat.txt", utf16(true)}})}) {
         const auto imported = ArchiveImporter::load(path);
         ASSERT_TRUE(imported) << path;
@@ -164,11 +166,13 @@ TEST(ArchiveImporter, GivesNothingButNoErrorForFilesWithoutMessages) {
     const TemporaryFolder folder;
     std::mt19937 random(3);
     std::string binary(200000, '\0');
-    for (char& byte : binary) byte = static_cast<char>(random());
+    for (char& byte : binary)
+        byte = static_cast<char>(random());
     for (const auto& path :
          {folder.write("empty.txt", ""), folder.write("binary.txt", binary),
-          folder.write("report.txt", "%PDF-1.4\n%\xE2\xE3\xCF\xD3\n1 0 obj\n<< /Type /Catalog >>\n"
-                                     "endobj\nstream\n\x78\x9C\xED\xC1\x01\x0D\x00\x00\nendstream\n"),
+          folder.write("report.txt",
+                       "%PDF-1.4\n%\xE2\xE3\xCF\xD3\n1 0 obj\n<< /Type /Catalog >>\n"
+                       "endobj\nstream\n\x78\x9C\xED\xC1\x01\x0D\x00\x00\nendstream\n"),
           folder.write("long-line.txt", std::string(5 << 20, '[')),
           testData("system-lines-only.txt")}) {
         const auto imported = ArchiveImporter::load(path);
@@ -184,9 +188,10 @@ TEST(ArchiveImporter, GivesNothingButNoErrorForFilesWithoutMessages) {
 TEST(ArchiveImporter, ReadsLargeExportsAsTheParserReadsTheirText) {
     std::mt19937 random(99);
     std::string text;
-    const char* bodies[] = {"Did you eat?", "\u200E<attached: 00000012-PHOTO.jpg>",
-                            "Sleep early \U0001F60A", "\u0C24\u0C3F\u0C28\u0C4D\u0C28\u0C3E\u0C35\u0C3E?",
-                            "Missed voice call", "ok"};
+    const char* bodies[] = {
+        "Did you eat?",           "\u200E<attached: 00000012-PHOTO.jpg>",
+        "Sleep early \U0001F60A", "\u0C24\u0C3F\u0C28\u0C4D\u0C28\u0C3E\u0C35\u0C3E?",
+        "Missed voice call",      "ok"};
     for (int i = 0; text.size() < (5u << 19); ++i) {
         const int day = 1 + i / 20000 % 28, minute = i % 60;
         text += "[" + std::to_string(day) + "/03/2021, 9:" + (minute < 10 ? "0" : "") +
@@ -208,7 +213,8 @@ TEST(ArchiveImporter, ReadsLargeExportsAsTheParserReadsTheirText) {
     for (std::size_t at = 0; at < text.size() - 100;) {
         const std::size_t space = std::min(text.find("\u202F", at), text.size() - 100);
         latin1.append(text, at, space - at);
-        if (space < text.size() - 100) latin1 += ' ';
+        if (space < text.size() - 100)
+            latin1 += ' ';
         at = space + 3;
     }
     latin1 += "caf\xE9\n";

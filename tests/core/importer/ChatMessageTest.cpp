@@ -1,21 +1,24 @@
-#include "importer/ChatMessage.h"
-
 #include <gtest/gtest.h>
 
 #include <set>
 #include <string_view>
+
+#include "importer/ChatMessage.h"
 
 namespace lumenary {
 namespace {
 
 // 8-4-4-4-12 upper-case hex digits, version 4, RFC 4122 variant.
 bool isVersion4Uuid(const std::string& id) {
-    if (id.size() != 36) return false;
+    if (id.size() != 36)
+        return false;
     for (std::size_t i = 0; i < id.size(); ++i) {
         const bool dash = i == 8 || i == 13 || i == 18 || i == 23;
         const char c = id[i];
-        if (dash != (c == '-')) return false;
-        if (!dash && !((c >= '0' && c <= '9') || (c >= 'A' && c <= 'F'))) return false;
+        if (dash != (c == '-'))
+            return false;
+        if (!dash && !((c >= '0' && c <= '9') || (c >= 'A' && c <= 'F')))
+            return false;
     }
     return id[14] == '4' && std::string_view("89AB").find(id[19]) != std::string_view::npos;
 }

@@ -1,17 +1,17 @@
 // The date reader must read exactly what ICU's strict SimpleDateFormat reads with the ten export
 // formats, except one-digit fields, which it reads as the reference platform does.
 
-#include "importer/DateReader.h"
-
 #include <gtest/gtest.h>
 
 #include "IcuDateReading.h"
+#include "importer/DateReader.h"
 
 namespace lumenary {
 namespace {
 
 std::optional<CivilTime> civilOf(std::optional<Timestamp> t) {
-    if (!t) return std::nullopt;
+    if (!t)
+        return std::nullopt;
     return LocalTime::civil(*t);
 }
 
@@ -22,8 +22,7 @@ TEST(DateReader, ReadsWhatIcuReadsWithTheTenFormats) {
     for (int i = 0; i < 40000; ++i) {
         const auto [date, time] = generator.next();
         for (const DateOrder order : {DateOrder::dayFirst, DateOrder::monthFirst}) {
-            const auto expected =
-                icu.read(testing::withTwoDigitNumbers(date + ", " + time), order);
+            const auto expected = icu.read(testing::withTwoDigitNumbers(date + ", " + time), order);
             ASSERT_EQ(DateReader::read(date, time, order), expected)
                 << "\"" << date << ", " << time << "\" " << static_cast<int>(order);
             read += expected.has_value();

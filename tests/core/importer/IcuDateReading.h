@@ -21,9 +21,9 @@ class IcuDateReading {
 public:
     IcuDateReading() {
         static constexpr std::array<const char*, 10> kDayFirst = {
-            "dd/MM/yy, h:mm:ss a", "dd/MM/yyyy, h:mm:ss a", "dd/MM/yy, HH:mm:ss",
-            "dd/MM/yyyy, HH:mm:ss", "dd/MM/yy, h:mm a",     "dd/MM/yyyy, h:mm a",
-            "dd/MM/yy, HH:mm",      "dd/MM/yyyy, HH:mm",    "dd.MM.yy, HH:mm",
+            "dd/MM/yy, h:mm:ss a",  "dd/MM/yyyy, h:mm:ss a", "dd/MM/yy, HH:mm:ss",
+            "dd/MM/yyyy, HH:mm:ss", "dd/MM/yy, h:mm a",      "dd/MM/yyyy, h:mm a",
+            "dd/MM/yy, HH:mm",      "dd/MM/yyyy, HH:mm",     "dd.MM.yy, HH:mm",
             "dd-MM-yyyy, HH:mm"};
         for (const char* pattern : kDayFirst) {
             std::string monthFirst = pattern;
@@ -42,7 +42,8 @@ public:
             icu::ParsePosition position(0);
             const UDate millis = format->parse(text, position);
             if (position.getErrorIndex() < 0 && position.getIndex() == text.length()) {
-                if (millis / 1000.0 >= kYear32768) return std::nullopt;
+                if (millis / 1000.0 >= kYear32768)
+                    return std::nullopt;
                 return millis / 1000.0;
             }
         }
@@ -52,8 +53,8 @@ public:
 private:
     static std::unique_ptr<icu::SimpleDateFormat> formatter(const std::string& pattern) {
         UErrorCode status = U_ZERO_ERROR;
-        auto format = std::make_unique<icu::SimpleDateFormat>(
-            icu::UnicodeString::fromUTF8(pattern), icu::Locale("en_US_POSIX"), status);
+        auto format = std::make_unique<icu::SimpleDateFormat>(icu::UnicodeString::fromUTF8(pattern),
+                                                              icu::Locale("en_US_POSIX"), status);
         format->setLenient(false);
         format->adoptTimeZone(icu::TimeZone::createDefault());
         return format;
@@ -81,14 +82,18 @@ public:
                    separatorOr(separator) + space() + year();
         }
         const bool twelveHour = chance(0.5);
-        std::string time =
-            space() + number(twelveHour ? 1 : 0, twelveHour ? 12 : 23) + separatorOr(':') +
-            space() + number(0, 59);
-        if (chance(0.5)) time += separatorOr(':') + number(0, 59);
-        if (twelveHour ? chance(0.9) : chance(0.1)) time += whiteSpace() + amPm();
-        if (chance(0.05)) time += whiteSpace();
-        if (chance(0.1)) mutate(date);
-        if (chance(0.1)) mutate(time);
+        std::string time = space() + number(twelveHour ? 1 : 0, twelveHour ? 12 : 23) +
+                           separatorOr(':') + space() + number(0, 59);
+        if (chance(0.5))
+            time += separatorOr(':') + number(0, 59);
+        if (twelveHour ? chance(0.9) : chance(0.1))
+            time += whiteSpace() + amPm();
+        if (chance(0.05))
+            time += whiteSpace();
+        if (chance(0.1))
+            mutate(date);
+        if (chance(0.1))
+            mutate(time);
         return {date, time};
     }
 
@@ -101,7 +106,8 @@ private:
     }
 
     std::string digit(int d) {
-        if (chance(0.97)) return std::string(1, static_cast<char>('0' + d));
+        if (chance(0.97))
+            return std::string(1, static_cast<char>('0' + d));
         static const std::array<std::string, 3> kZeros = {"\u0660", "\u0966", "\uFF10"};
         std::string zero = kZeros[random_() % kZeros.size()];
         zero.back() = static_cast<char>(zero.back() + d);  // the digits follow their zero
@@ -111,10 +117,12 @@ private:
     // Mostly a value in [low, high] written with one or two digits; sometimes any digits.
     std::string number(int low, int high) {
         std::string out;
-        if (chance(0.02)) out += pick<const char*>({"-", "\u2212", "+"});
+        if (chance(0.02))
+            out += pick<const char*>({"-", "\u2212", "+"});
         if (chance(0.9)) {
             const int value = low + static_cast<int>(random_() % (high - low + 1));
-            if (value >= 10 || chance(0.5)) out += digit(value / 10);
+            if (value >= 10 || chance(0.5))
+                out += digit(value / 10);
             return out + digit(value % 10);
         }
         for (int length = static_cast<int>(random_() % 6); length > 0; --length) {
@@ -124,19 +132,22 @@ private:
     }
 
     std::string year() {
-        if (chance(0.3)) return number(0, 99);
+        if (chance(0.3))
+            return number(0, 99);
         std::string out = pick<const char*>({"19", "20", "20", "15", "00", "99", "1"});
         return out + digit(static_cast<int>(random_() % 10)) +
                digit(static_cast<int>(random_() % 10));
     }
 
     std::string separatorOr(char wanted) {
-        if (chance(0.95)) return std::string(1, wanted);
+        if (chance(0.95))
+            return std::string(1, wanted);
         return pick<const char*>({"/", ".", "-", ":", ",", "", " /", "//"});
     }
 
     std::string whiteSpace() {
-        if (chance(0.8)) return " ";
+        if (chance(0.8))
+            return " ";
         return pick<const char*>(
             {"  ", "\t", "\u00A0", "\u202F", "\u2003", "\n", "\u200E", "\u2028", ""});
     }
@@ -144,13 +155,13 @@ private:
     std::string space() { return chance(0.93) ? "" : whiteSpace(); }
 
     std::string amPm() {
-        return pick<const char*>({"AM", "PM", "am", "pm", "Am", "pM", "A", "p", "A.M.", "AMX",
-                                  "M", "AP", "a m", "\uFF30\uFF2D"});
+        return pick<const char*>({"AM", "PM", "am", "pm", "Am", "pM", "A", "p", "A.M.", "AMX", "M",
+                                  "AP", "a m", "\uFF30\uFF2D"});
     }
 
     void mutate(std::string& s) {
-        static const std::array<std::string, 8> kStray = {"x", " ", ",", ":", "/", "0", "\u200B",
-                                                          "1"};
+        static const std::array<std::string, 8> kStray = {"x", " ", ",",      ":",
+                                                          "/", "0", "\u200B", "1"};
         const std::size_t at = s.empty() ? 0 : random_() % s.size();
         if (chance(0.5) || s.empty()) {
             s.insert(at, kStray[random_() % kStray.size()]);
@@ -173,20 +184,25 @@ inline std::string withTwoDigitNumbers(const std::string& text) {
     for (std::size_t i = 0; i < text.size();) {
         // ASCII digits and the three other zeros' scripts used by the generator.
         auto digitLength = [&](std::size_t at) -> std::size_t {
-            if (at >= text.size()) return 0;
+            if (at >= text.size())
+                return 0;
             const auto b = static_cast<unsigned char>(text[at]);
-            if (b >= '0' && b <= '9') return 1;
+            if (b >= '0' && b <= '9')
+                return 1;
             if (text.compare(at, 1, "\xD9") == 0 && at + 1 < text.size()) {
                 const auto c = static_cast<unsigned char>(text[at + 1]);
-                if (c >= 0xA0 && c <= 0xA9) return 2;  // U+0660–U+0669
+                if (c >= 0xA0 && c <= 0xA9)
+                    return 2;  // U+0660–U+0669
             }
             if (text.compare(at, 2, "\xE0\xA5") == 0 && at + 2 < text.size()) {
                 const auto c = static_cast<unsigned char>(text[at + 2]);
-                if (c >= 0xA6 && c <= 0xAF) return 3;  // U+0966–U+096F
+                if (c >= 0xA6 && c <= 0xAF)
+                    return 3;  // U+0966–U+096F
             }
             if (text.compare(at, 2, "\xEF\xBC") == 0 && at + 2 < text.size()) {
                 const auto c = static_cast<unsigned char>(text[at + 2]);
-                if (c >= 0x90 && c <= 0x99) return 3;  // U+FF10–U+FF19
+                if (c >= 0x90 && c <= 0x99)
+                    return 3;  // U+FF10–U+FF19
             }
             return 0;
         };

@@ -38,7 +38,8 @@ public:
         UErrorCode status = U_ZERO_ERROR;
         const icu::UnicodeString input = icu::UnicodeString::fromUTF8(line);
         std::unique_ptr<icu::RegexMatcher> matcher(pattern_->matcher(input, status));
-        if (!matcher->find(0, status) || U_FAILURE(status)) return std::nullopt;
+        if (!matcher->find(0, status) || U_FAILURE(status))
+            return std::nullopt;
         Groups groups;
         for (int32_t g = 1; g <= matcher->groupCount(); ++g) {
             std::string text;
@@ -53,37 +54,90 @@ private:
 };
 
 std::optional<Groups> groupsOf(const std::optional<LinePatterns::HeaderGroups>& g) {
-    if (!g) return std::nullopt;
+    if (!g)
+        return std::nullopt;
     return Groups{throughUtf16(g->date), throughUtf16(g->time), throughUtf16(g->sender),
                   throughUtf16(g->body)};
 }
 
 std::optional<Groups> groupsOf(const std::optional<LinePatterns::NoticeGroups>& g) {
-    if (!g) return std::nullopt;
+    if (!g)
+        return std::nullopt;
     return Groups{throughUtf16(g->date), throughUtf16(g->time)};
 }
 
-const std::vector<std::string> kPieces = {
-    "[", "]", ",", ", ", ":", ": ", " - ", "-", " -", "- ", " ", "  ", "\t", "\u202F", "\u00A0",
-    "\u3000", "\r", "\n", "\r\n", "\v", "\f", "\u0085", "\u2028", "\u2029", "\u200E",
-    "12/03/2021", "12/03/21", "1/3/21", "12.03.21", "12-03-2021", "3/25/21", "2021/3/12",
-    "\u0661\u0662/\u0660\u0663/\u0662\u0661", "12345", "1", "/", ".", "10:15:32 PM",
-    "10:15:32\u202FPM", "22:15", "9:05", "Amma", "Ravi Kumar", "Ann:Bea", std::string(59, 'x'),
-    std::string(60, 'y'), std::string(61, 'z'), "\u00E9\u00E9\u00E9\u00E9\u00E9\u00E9",
-    "Did you eat?", "http://x.y/z", "\U0001F60A", "\xE2\x80", "\xFF", "\xC3", "]]", ",,", "::"};
+const std::vector<std::string> kPieces = {"[",
+                                          "]",
+                                          ",",
+                                          ", ",
+                                          ":",
+                                          ": ",
+                                          " - ",
+                                          "-",
+                                          " -",
+                                          "- ",
+                                          " ",
+                                          "  ",
+                                          "\t",
+                                          "\u202F",
+                                          "\u00A0",
+                                          "\u3000",
+                                          "\r",
+                                          "\n",
+                                          "\r\n",
+                                          "\v",
+                                          "\f",
+                                          "\u0085",
+                                          "\u2028",
+                                          "\u2029",
+                                          "\u200E",
+                                          "12/03/2021",
+                                          "12/03/21",
+                                          "1/3/21",
+                                          "12.03.21",
+                                          "12-03-2021",
+                                          "3/25/21",
+                                          "2021/3/12",
+                                          "\u0661\u0662/\u0660\u0663/\u0662\u0661",
+                                          "12345",
+                                          "1",
+                                          "/",
+                                          ".",
+                                          "10:15:32 PM",
+                                          "10:15:32\u202FPM",
+                                          "22:15",
+                                          "9:05",
+                                          "Amma",
+                                          "Ravi Kumar",
+                                          "Ann:Bea",
+                                          std::string(59, 'x'),
+                                          std::string(60, 'y'),
+                                          std::string(61, 'z'),
+                                          "\u00E9\u00E9\u00E9\u00E9\u00E9\u00E9",
+                                          "Did you eat?",
+                                          "http://x.y/z",
+                                          "\U0001F60A",
+                                          "\xE2\x80",
+                                          "\xFF",
+                                          "\xC3",
+                                          "]]",
+                                          ",,",
+                                          "::"};
 
 std::string randomLine(std::mt19937& random) {
     std::uniform_int_distribution<std::size_t> piece(0, kPieces.size() - 1);
     std::uniform_int_distribution<int> count(1, 14);
     std::string line;
-    for (int n = count(random); n > 0; --n) line += kPieces[piece(random)];
+    for (int n = count(random); n > 0; --n)
+        line += kPieces[piece(random)];
     return line;
 }
 
 // Short strings over the characters the patterns care about, where backtracking is busiest.
 std::string denseLine(std::mt19937& random) {
     static const std::array<std::string, 16> kCharacters = {
-        "[", "]", ",", ":", "-", " ", "\t", "\n", "\r", "\u2028", "\u00A0", "1", "2", "/", ".", "x"};
+        "[",  "]",      ",",      ":", "-", " ", "\t", "\n",
+        "\r", "\u2028", "\u00A0", "1", "2", "/", ".",  "x"};
     std::string line = random() % 2 == 0 ? "[" : "1";
     for (int n = 1 + static_cast<int>(random() % 24); n > 0; --n) {
         line += kCharacters[random() % kCharacters.size()];
@@ -121,16 +175,18 @@ TEST(LinePatterns, GiveTheSameGroupsAsIcuOnGeneratedLines) {
     const IcuPattern bracketed(u"^\\[(.+?),\\s*(.+?)\\]\\s*([^:]{1,60}?):\\s*(.*)$");
     const IcuPattern dashed(
         u"^(\\d{1,4}[/.-]\\d{1,2}[/.-]\\d{2,4}),\\s*(.+?)\\s+-\\s+([^:]{1,60}?):\\s*(.*)$");
-    const IcuPattern bracketedNotice(u"^\\[(\\d{1,4}[/.-]\\d{1,2}[/.-]\\d{2,4}),\\s*([^\\]]+)\\]\\s*");
+    const IcuPattern bracketedNotice(
+        u"^\\[(\\d{1,4}[/.-]\\d{1,2}[/.-]\\d{2,4}),\\s*([^\\]]+)\\]\\s*");
     const IcuPattern dashedNotice(u"^(\\d{1,4}[/.-]\\d{1,2}[/.-]\\d{2,4}),\\s*(.+?)\\s+-\\s+");
 
     std::mt19937 random(20210312);
     int matched = 0;
     for (int i = 0; i < 60000; ++i) {
-        std::string line = i % 3 == 0 ? randomLine(random)
+        std::string line = i % 3 == 0   ? randomLine(random)
                            : i % 3 == 1 ? mutatedLine(random)
                                         : denseLine(random);
-        if (i % 6 == 0 && !line.empty() && line[0] != '[') line.insert(0, "[");
+        if (i % 6 == 0 && !line.empty() && line[0] != '[')
+            line.insert(0, "[");
         SCOPED_TRACE(testing::Message() << "line: \"" << line << "\"");
         const auto expected = bracketed.find(line);
         ASSERT_EQ(groupsOf(LinePatterns::matchBracketed(line)), expected);

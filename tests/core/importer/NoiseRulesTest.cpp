@@ -1,8 +1,6 @@
 // The fast paths of the noise test must give the plain rule's answer on any text: ICU's
 // call-log pattern on the lower-cased text, and a search for each phrase in turn.
 
-#include "importer/NoiseRules.h"
-
 #include <gtest/gtest.h>
 #include <unicode/stringoptions.h>
 #include <unicode/ustring.h>
@@ -12,6 +10,7 @@
 #include <random>
 #include <string>
 
+#include "importer/NoiseRules.h"
 #include "importer/WhatsAppParser.h"
 #include "text/TextRules.h"
 
@@ -21,27 +20,76 @@ namespace {
 bool isNoiseByTheRule(std::string_view body) {
     const std::string_view trimmed = text::trimWhitespace(body);
     const std::string lowered = text::lowercase(trimmed);
-    if (trimmed.empty()) return true;
+    if (trimmed.empty())
+        return true;
     for (const std::string_view phrase : NoiseRules::phrases()) {
-        if (lowered.find(phrase) != std::string::npos) return true;
+        if (lowered.find(phrase) != std::string::npos)
+            return true;
     }
-    if (lowered.starts_with("<attached") || lowered.starts_with("\u200E<attached")) return true;
+    if (lowered.starts_with("<attached") || lowered.starts_with("\u200E<attached"))
+        return true;
     if (trimmed.front() == '<' && trimmed.back() == '>' && text::characterCount(trimmed) < 120) {
         return true;
     }
-    if (NoiseRules::isCallLogByRegex(lowered)) return true;
+    if (NoiseRules::isCallLogByRegex(lowered))
+        return true;
     return lowered.starts_with("http") && trimmed.find(' ') == std::string_view::npos;
 }
 
 // Pieces of call logs and notices, near misses, every case, and the characters that fold or
 // lower-case to ASCII letters.
-const std::array<std::string, 52> kPieces = {
-    "missed", "Missed", "MISSED", "mi\u017F\u017Fed", "group", "voice", "Video", "incoming",
-    "outgoing", "silenced", "call", "CALL", "Call", "ca", "ll", " ", "  ", "\t", "\u00A0", "\n",
-    "\r\n", "\u2028", ",", ", ", "12", "5", "1234", "\u0665", "min", "minutes", "HRS", "sec",
-    "busy", "BU\u017FY", "try again", "no answer", "unanswered", "declined", "ended", "failed",
-    "not answered", "\u212Aelvin", "\u0130", "\uFB00", "\u1E9E", "media omitted", "IMAGE OMITTED",
-    "this message was deleted", "<attached", "http://x", "\U0001F60A", "ok"};
+const std::array<std::string, 52> kPieces = {"missed",
+                                             "Missed",
+                                             "MISSED",
+                                             "mi\u017F\u017Fed",
+                                             "group",
+                                             "voice",
+                                             "Video",
+                                             "incoming",
+                                             "outgoing",
+                                             "silenced",
+                                             "call",
+                                             "CALL",
+                                             "Call",
+                                             "ca",
+                                             "ll",
+                                             " ",
+                                             "  ",
+                                             "\t",
+                                             "\u00A0",
+                                             "\n",
+                                             "\r\n",
+                                             "\u2028",
+                                             ",",
+                                             ", ",
+                                             "12",
+                                             "5",
+                                             "1234",
+                                             "\u0665",
+                                             "min",
+                                             "minutes",
+                                             "HRS",
+                                             "sec",
+                                             "busy",
+                                             "BU\u017FY",
+                                             "try again",
+                                             "no answer",
+                                             "unanswered",
+                                             "declined",
+                                             "ended",
+                                             "failed",
+                                             "not answered",
+                                             "\u212Aelvin",
+                                             "\u0130",
+                                             "\uFB00",
+                                             "\u1E9E",
+                                             "media omitted",
+                                             "IMAGE OMITTED",
+                                             "this message was deleted",
+                                             "<attached",
+                                             "http://x",
+                                             "\U0001F60A",
+                                             "ok"};
 
 std::string randomText(std::mt19937& random) {
     std::string text;
@@ -70,7 +118,8 @@ TEST(NoiseRules, NoiseShortcutsAgreeWithThePlainRule) {
     std::mt19937 random(12);
     for (int i = 0; i < 4000; ++i) {
         std::string body = randomText(random);
-        if (random() % 4 == 0) body = "<" + body + ">";
+        if (random() % 4 == 0)
+            body = "<" + body + ">";
         ASSERT_EQ(WhatsAppParser::isNoise(body), isNoiseByTheRule(body)) << "\"" << body << "\"";
         // Each phrase whole or cut short, between pieces, so that the jumps of the phrase search
         // pass over every alignment.
@@ -91,12 +140,14 @@ TEST(NoiseRules, NoiseShortcutsAgreeWithThePlainRule) {
 TEST(NoiseRules, KnowEveryCharacterThatFoldsToAsciiLetters) {
     auto hasAsciiLetter = [](const UChar* units, int32_t length) {
         for (int32_t k = 0; k < length; ++k) {
-            if ((units[k] | 0x20) >= 'a' && (units[k] | 0x20) <= 'z') return true;
+            if ((units[k] | 0x20) >= 'a' && (units[k] | 0x20) <= 'z')
+                return true;
         }
         return false;
     };
     for (UChar32 c = 0x80; c <= 0x10FFFF; ++c) {
-        if (c >= 0xD800 && c <= 0xDFFF) continue;
+        if (c >= 0xD800 && c <= 0xDFFF)
+            continue;
         UChar source[2];
         int32_t length = 0;
         U16_APPEND_UNSAFE(source, length, c);

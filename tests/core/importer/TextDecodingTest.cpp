@@ -1,9 +1,9 @@
-#include "importer/TextDecoding.h"
-
 #include <gtest/gtest.h>
 
 #include <random>
 #include <string>
+
+#include "importer/TextDecoding.h"
 
 namespace lumenary {
 namespace {
@@ -43,11 +43,19 @@ TEST(TextDecoding, DecodesEveryEncodingToUtf8) {
     EXPECT_EQ(TextDecoding::decode("\xEF\xBB\xBF" + expected), expected);
     EXPECT_EQ(TextDecoding::decode(expected), expected);
     // Not UTF-8: every byte is a Latin-1 character.
-    EXPECT_EQ(TextDecoding::decode("Jos\xE9: Ol\xE1 m\xE3" "e"), "Jos\u00E9: Ol\u00E1 m\u00E3" "e");
+    EXPECT_EQ(TextDecoding::decode("Jos\xE9: Ol\xE1 m\xE3"
+                                   "e"),
+              "Jos\u00E9: Ol\u00E1 m\u00E3"
+              "e");
     EXPECT_EQ(TextDecoding::decode("\xEF\xBB\xBFJos\xE9"), "Jos\u00E9");
     // A broken UTF-16 text loses no more than the broken units.
-    EXPECT_EQ(TextDecoding::decode("\xFF\xFE" + utf16(u"a\xD800" "b", true) + "c"),
-              "a\uFFFD" "b\uFFFD");
+    EXPECT_EQ(TextDecoding::decode("\xFF\xFE" +
+                                   utf16(u"a\xD800"
+                                         "b",
+                                         true) +
+                                   "c"),
+              "a\uFFFD"
+              "b\uFFFD");
     EXPECT_EQ(TextDecoding::decode(""), "");
 }
 
@@ -55,14 +63,18 @@ TEST(TextDecoding, DecodesPieceByPieceAsAWhole) {
     std::mt19937 random(7);
     const std::string samples[] = {
         "Did you eat? \U0001F60A \u0C24\u0C3F\u0C28\u0C4D\u0C28\u0C3E\u0C35\u0C3E \u00E9\n",
-        "ok \xE2\x80\x8E\xF0\x9F\x99\x8F\xE2\x80\xAF", "bad \xE2\x82 here", "\xED\xA0\x80",
-        "\xF4\x90\x80\x80", "\xC0\xAF", "\xF0\x9F\x98"};
+        "ok \xE2\x80\x8E\xF0\x9F\x99\x8F\xE2\x80\xAF",
+        "bad \xE2\x82 here",
+        "\xED\xA0\x80",
+        "\xF4\x90\x80\x80",
+        "\xC0\xAF",
+        "\xF0\x9F\x98"};
     for (int round = 0; round < 2000; ++round) {
         std::string text;
-        for (int n = 1 + static_cast<int>(random() % 6); n > 0; --n) text += samples[random() % 7];
-        for (const Encoding encoding :
-             {Encoding::utf8, Encoding::latin1, Encoding::utf16LittleEndian,
-              Encoding::utf16BigEndian}) {
+        for (int n = 1 + static_cast<int>(random() % 6); n > 0; --n)
+            text += samples[random() % 7];
+        for (const Encoding encoding : {Encoding::utf8, Encoding::latin1,
+                                        Encoding::utf16LittleEndian, Encoding::utf16BigEndian}) {
             TextDecoding::Decoder whole(encoding);
             std::string expected;
             const bool wellFormed = whole.decode(text, expected) && whole.finish(expected);

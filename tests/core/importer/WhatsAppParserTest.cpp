@@ -1,5 +1,3 @@
-#include "importer/WhatsAppParser.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -10,6 +8,7 @@
 
 #include "TestSupport.h"
 #include "importer/ParsePipeline.h"
+#include "importer/WhatsAppParser.h"
 
 namespace lumenary {
 namespace {
@@ -20,7 +19,8 @@ using ::testing::Pair;
 std::vector<std::pair<std::string, std::string>> sendersAndTexts(
     const std::vector<ChatMessage>& messages) {
     std::vector<std::pair<std::string, std::string>> out;
-    for (const ChatMessage& message : messages) out.emplace_back(message.sender, message.text);
+    for (const ChatMessage& message : messages)
+        out.emplace_back(message.sender, message.text);
     return out;
 }
 
@@ -67,11 +67,12 @@ TEST(WhatsAppParser, JoinsContinuationLinesToTheLastKeptMessage) {
 
 TEST(WhatsAppParser, KeepsOnlyWhatPeopleWroteInAnIphoneExport) {
     const auto messages = WhatsAppParser::parse(fixture("ios-12h-nnbsp.txt"));
-    EXPECT_THAT(sendersAndTexts(messages),
-                ElementsAre(Pair("Amma", "Did you eat?"), Pair("Ravi", "Yes amma, dal and rice"),
-                            Pair("Amma", "Good. Sleep early kanna\nTomorrow is a long day\nLove you"),
-                            Pair("Amma", "Beautiful photo \U0001F60A"),
-                            Pair("Ravi", "Try this one https://example.com/recipe")));
+    EXPECT_THAT(
+        sendersAndTexts(messages),
+        ElementsAre(Pair("Amma", "Did you eat?"), Pair("Ravi", "Yes amma, dal and rice"),
+                    Pair("Amma", "Good. Sleep early kanna\nTomorrow is a long day\nLove you"),
+                    Pair("Amma", "Beautiful photo \U0001F60A"),
+                    Pair("Ravi", "Try this one https://example.com/recipe")));
     // The narrow no-break space before "PM" does not cost the message its date.
     EXPECT_EQ(civilOf(messages[3]), (CivilTime{2021, 3, 13, 7, 5, 48}));
 }
@@ -96,8 +97,8 @@ TEST(WhatsAppParser, TellsNoiseFromMessages) {
         EXPECT_TRUE(WhatsAppParser::isNoise(noise)) << noise;
     }
     for (const char* message :
-         {"I was busy", "busy day", "call me", "5 minutes late", "see https://example.com/x",
-          "<3", "ok", "\U0001F60A", "Missed you", "1234 min"}) {
+         {"I was busy", "busy day", "call me", "5 minutes late", "see https://example.com/x", "<3",
+          "ok", "\U0001F60A", "Missed you", "1234 min"}) {
         EXPECT_FALSE(WhatsAppParser::isNoise(message)) << message;
     }
     // A long bracketed text is a real message, not a placeholder.
@@ -195,10 +196,11 @@ TEST(WhatsAppParser, ReadsLargeTextsOnTwoThreadsAsOnOne) {
     std::string text;
     for (int i = 0; text.size() < (3u << 20); ++i) {
         const int month = 1 + i / 4000 % 12, day = 1 + i / 150 % 25;
-        text += std::to_string(month) + "/" + std::to_string(day) + "/21, 10:" +
-                std::to_string(10 + i % 50) + " - " + (i % 2 ? "Amma" : "\u200ERavi") +
+        text += std::to_string(month) + "/" + std::to_string(day) +
+                "/21, 10:" + std::to_string(10 + i % 50) + " - " + (i % 2 ? "Amma" : "\u200ERavi") +
                 ": message " + std::to_string(i) + (i % 9 ? "\n" : "\r\nmore\n");
-        if (i % 1000 == 999) text += "1/2/21, 10:00 - Ravi left\n";
+        if (i % 1000 == 999)
+            text += "1/2/21, 10:00 - Ravi left\n";
     }
     text += "14/1/21, 10:00 - Amma: the last one\n";
     const Timestamp started = now();
@@ -229,7 +231,8 @@ TEST(WhatsAppParser, NeverFailsOnOddText) {
     EXPECT_TRUE(WhatsAppParser::parse(std::string("\0\xFF\xFE[12/03/21, \x80", 13)).empty());
     // Lines of megabytes, one of them full of the characters the header patterns try.
     std::string brackets = "[";
-    for (int i = 0; i < 400000; ++i) brackets += ", ]-";
+    for (int i = 0; i < 400000; ++i)
+        brackets += ", ]-";
     const std::string longLine = "12/03/21, 22:15 - Amma: " + std::string(4 << 20, 'a');
     const auto messages = WhatsAppParser::parse(longLine + "\n" + brackets);
     ASSERT_EQ(messages.size(), 1u);
