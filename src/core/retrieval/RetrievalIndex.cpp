@@ -405,7 +405,9 @@ std::vector<std::uint32_t> RetrievalIndex::bestByChunks(const std::vector<Term>&
 
         // Candidates are collected without a branch per posting: most postings of a long list
         // land on an exchange already seen, in no predictable pattern.
-        touched_.resize(stop - start);
+        // One slot more than the chunk's ranks: the loop below writes a rank before it knows
+        // whether the rank is new, so the write after the last new rank needs a place to land.
+        touched_.resize(stop - start + 1);
         std::size_t touchedCount = 0;
         for (std::size_t e = light; e < m; ++e) {
             const std::size_t j = byWeight[e];
