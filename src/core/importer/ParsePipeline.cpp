@@ -4,6 +4,7 @@
 #include <deque>
 #include <exception>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 #include "importer/MessageAssembler.h"
@@ -108,21 +109,24 @@ bool worthAThread(std::size_t textBytes) {
     return textBytes >= (std::size_t{1} << 20) && std::thread::hardware_concurrency() >= 2;
 }
 
-Run run(const Feed& feed, std::optional<DateOrder> fixedOrder, std::size_t textBytes,
-        bool concurrent) {
-    LineParser parser(fixedOrder);
-    MessageAssembler assembler(textBytes);
-    ParseOutcome outcome;
-    Run result;
-    if (!concurrent) {
-        InlineHandover handover(assembler);
-        result.fed = feed(parser, handover);
-        if (result.fed)
-            assembler.add(parser.finish(outcome));
-    } else {
-        Exchange exchange;
-        std::exception_ptr failure;
-        std::thread feeder([&] {
+namespace {
+
+void runInline(const Feed& feed, LineParser& parser, MessageAssembler& assembler,
+               ParseOutcome& outcome, Run& result) {
+    InlineHandover handover(assembler);
+    result.fed = feed(parser, handover);
+    if (result.fed)
+        assembler.add(parser.finish(outcome));
+}
+
+// False when no thread could be started (the caller then runs inline).
+bool runOnTwoThreads(const Feed& feed, LineParser& parser, MessageAssembler& assembler,
+                     ParseOutcome& outcome, Run& result) {
+    Exchange exchange;
+    std::exception_ptr failure;
+    std::thread feeder;
+    try {
+        feeder = std::thread([&] {
             try {
                 result.fed = feed(parser, exchange);
                 if (result.fed)
@@ -132,19 +136,35 @@ Run run(const Feed& feed, std::optional<DateOrder> fixedOrder, std::size_t textB
             }
             exchange.close();
         });
-        try {
-            while (std::optional<DraftBatch> batch = exchange.take()) {
-                assembler.add(*batch);
-                exchange.recycle(batch->takeKept());
-            }
-        } catch (...) {
-            exchange.abandon();
-            feeder.join();
-            throw;
+    } catch (const std::system_error&) {
+        return false;
+    }
+    try {
+        while (std::optional<DraftBatch> batch = exchange.take()) {
+            assembler.add(*batch);
+            exchange.recycle(batch->takeKept());
         }
+    } catch (...) {
+        exchange.abandon();
         feeder.join();
-        if (failure)
-            std::rethrow_exception(failure);
+        throw;
+    }
+    feeder.join();
+    if (failure)
+        std::rethrow_exception(failure);
+    return true;
+}
+
+}  // namespace
+
+Run run(const Feed& feed, std::optional<DateOrder> fixedOrder, std::size_t textBytes,
+        bool concurrent) {
+    LineParser parser(fixedOrder);
+    MessageAssembler assembler(textBytes);
+    ParseOutcome outcome;
+    Run result;
+    if (!concurrent || !runOnTwoThreads(feed, parser, assembler, outcome, result)) {
+        runInline(feed, parser, assembler, outcome, result);
     }
     if (!result.fed)
         return result;
