@@ -17,15 +17,10 @@ namespace lumenary::testing {
 
 namespace fs = std::filesystem;
 
-static std::string environment(const char* name) {
-    const char* value = std::getenv(name);
-    if (value == nullptr) throw std::runtime_error(std::string(name) + " is not set");
-    return value;
-}
-
-fs::path sourceDir() { return environment("LUMENARY_SOURCE_DIR"); }
-fs::path testData(const std::string& name) { return fs::path(environment("LUMENARY_TEST_DATA")) / name; }
-fs::path programPath() { return environment("LUMENARY_BINARY"); }
+// The build writes these paths into every test program.
+fs::path sourceDir() { return LUMENARY_SOURCE_DIR; }
+fs::path testData(const std::string& name) { return fs::path(LUMENARY_TEST_DATA) / name; }
+fs::path programPath() { return LUMENARY_BINARY; }
 
 TemporaryFolder::TemporaryFolder() {
     std::random_device random;

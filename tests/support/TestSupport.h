@@ -8,7 +8,7 @@
 
 namespace lumenary::testing {
 
-/// The checkout's root folder (from LUMENARY_SOURCE_DIR, set for every test).
+/// The checkout's root folder.
 std::filesystem::path sourceDir();
 /// tests/data.
 std::filesystem::path testData(const std::string& name);
