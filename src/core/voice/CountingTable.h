@@ -100,8 +100,6 @@ public:
         return kept;
     }
 
-    /// The entry numbered `entry` (see add).
-    const value_type& operator[](std::size_t entry) const { return entries_[entry]; }
     std::size_t size() const { return entries_.size(); }
     bool empty() const { return entries_.empty(); }
     auto begin() const { return entries_.begin(); }
