@@ -3,8 +3,9 @@
 // discarded (a report printed to a terminal would be timed too); its standard error is kept.
 //
 //   MeasureRun <program> [arguments...]
-// prints "wall_seconds <s>", "peak_rss_kib <KiB>" and "exit_code <n>", one per line, and exits
-// with 0 when the program ran and exited with 0.
+// prints "wall_seconds <s>", "cpu_seconds <s>" (user and system time of all its threads),
+// "peak_rss_kib <KiB>" and "exit_code <n>", one per line, and exits with 0 when the program ran
+// and exited with 0. On a busy machine wall time grows while CPU time stays, so both are shown.
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -44,7 +45,11 @@ int main(int argc, char** argv) {
     const int exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     // ru_maxrss is in KiB on Linux. The child starts as a copy of this small process, and exec
     // gives it a fresh address space, so the figure is the measured program's own.
-    std::printf("wall_seconds %.3f\npeak_rss_kib %ld\nexit_code %d\n", wall.count(),
-                usage.ru_maxrss, exitCode);
+    const auto seconds = [](const timeval& t) {
+        return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_usec) / 1e6;
+    };
+    std::printf("wall_seconds %.3f\ncpu_seconds %.3f\npeak_rss_kib %ld\nexit_code %d\n",
+                wall.count(), seconds(usage.ru_utime) + seconds(usage.ru_stime), usage.ru_maxrss,
+                exitCode);
     return exitCode == 0 ? 0 : 1;
 }
