@@ -5,6 +5,7 @@
 
 #include <array>
 #include <chrono>
+#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <string>
@@ -298,6 +299,48 @@ CivilTime julianToGregorian(int year, int month, int day) {
                      static_cast<int>(static_cast<unsigned>(ymd.day()))};
 }
 
+// LocalTime::fromCivil, with the offset of whole days remembered: a chat has hundreds of messages
+// a day, and on nearly every day the zone's offset never changes. A day counts as such when its
+// start, its end and three times between all have the same offset; that misses only two changes
+// that undo each other within six hours, which no zone has made.
+std::optional<Timestamp> inMachineZone(const CivilTime& civil) {
+    using namespace std::chrono;
+    const auto dayNumber =
+        sys_days{year{civil.year} / civil.month / civil.day}.time_since_epoch().count();
+    struct Day {
+        long long number = LLONG_MIN;
+        std::optional<long long> offset;  // local minus UTC, when constant all day
+    };
+    thread_local std::array<Day, 4> days;  // a few, for the two readings of undecided orders
+    Day& cached = days[static_cast<size_t>(dayNumber) % days.size()];
+    if (cached.number != dayNumber) {
+        cached.number = dayNumber;
+        cached.offset.reset();
+        std::optional<long long> offset;
+        bool constant = true;
+        for (const int seconds : {0, 6 * 3600, 12 * 3600, 18 * 3600, 86399}) {
+            CivilTime sample = civil;
+            sample.hour = seconds / 3600;
+            sample.minute = seconds / 60 % 60;
+            sample.second = seconds % 60;
+            const std::optional<Timestamp> moment = LocalTime::fromCivil(sample);
+            const long long local = static_cast<long long>(dayNumber) * 86400 + seconds;
+            if (!moment || (offset && *offset != local - static_cast<long long>(*moment))) {
+                constant = false;
+                break;
+            }
+            offset = local - static_cast<long long>(*moment);
+        }
+        if (constant)
+            cached.offset = offset;
+    }
+    if (!cached.offset)
+        return LocalTime::fromCivil(civil);
+    const long long local = static_cast<long long>(dayNumber) * 86400 + civil.hour * 3600 +
+                            civil.minute * 60 + civil.second;
+    return static_cast<Timestamp>(local - *cached.offset);
+}
+
 std::optional<Timestamp> momentOf(long long year, long long month, long long day,
                                   const TimePart& time) {
     // The calendar arithmetic (std::chrono) ends with year 32767; ICU would go on to 5828962,
@@ -312,7 +355,7 @@ std::optional<Timestamp> momentOf(long long year, long long month, long long day
     civil.hour = time.hour;
     civil.minute = time.minute;
     civil.second = time.second;
-    return LocalTime::fromCivil(civil);
+    return inMachineZone(civil);
 }
 
 // Two-digit years land in the hundred years that start 80 years before now, to the second.
@@ -410,6 +453,73 @@ std::optional<DatePart> readDatePart(const Text& text, std::string_view dateFiel
     return part;
 }
 
+// The shape nearly every export writes, in ASCII with single spaces: "D/M/YY" or "D/M/YYYY", and
+// "h:mm" or "h:mm:ss", perhaps followed by " AM" or " PM" in any case. Only the two formats with
+// its clock and seconds can read it (no other separator or ending fits), the two-digit year
+// first, so it needs no search. Nothing when the fields have another shape.
+std::optional<std::optional<Timestamp>> readCommonShape(std::string_view date,
+                                                        std::string_view time, DateOrder order) {
+    auto number = [](std::string_view s, size_t& i, size_t shortest, size_t longest,
+                     long long& value) {
+        const size_t start = i;
+        value = 0;
+        while (i < s.size() && i - start < longest && s[i] >= '0' && s[i] <= '9') {
+            value = value * 10 + (s[i++] - '0');
+        }
+        return i - start >= shortest && (i == s.size() || s[i] < '0' || s[i] > '9');
+    };
+    long long first = 0, second = 0, year = 0, hour = 0, minute = 0, seconds = 0;
+    size_t i = 0;
+    if (!number(date, i, 1, 2, first) || i == date.size() || date[i++] != '/' ||
+        !number(date, i, 1, 2, second) || i == date.size() || date[i++] != '/') {
+        return std::nullopt;
+    }
+    const size_t yearStart = i;
+    if (!number(date, i, 2, 4, year) || i != date.size())
+        return std::nullopt;
+    const Number yearNumber{year, i - yearStart == 2};
+    i = 0;
+    if (!number(time, i, 1, 2, hour) || i == time.size() || time[i++] != ':' ||
+        !number(time, i, 2, 2, minute)) {
+        return std::nullopt;
+    }
+    const bool withSeconds = i < time.size() && time[i] == ':';
+    if (withSeconds && !number(time, ++i, 2, 2, seconds))
+        return std::nullopt;
+    std::optional<bool> pm;
+    if (i < time.size()) {
+        if (time.size() - i != 3 || time[i] != ' ')
+            return std::nullopt;
+        const char half = static_cast<char>(time[i + 1] | 0x20);
+        if ((half != 'a' && half != 'p') || (time[i + 2] | 0x20) != 'm')
+            return std::nullopt;
+        pm = half == 'p';
+    }
+    TimePart clock;
+    if (pm) {
+        const long long h = hour == 12 ? 0 : hour;  // see TimeReading::as
+        if (h > 11)
+            return std::optional<Timestamp>();
+        clock.hour = static_cast<int>(h) + (*pm ? 12 : 0);
+    } else {
+        if (hour > 23)
+            return std::optional<Timestamp>();
+        clock.hour = static_cast<int>(hour);
+    }
+    if (minute > 59 || seconds > 59)
+        return std::optional<Timestamp>();
+    clock.minute = static_cast<int>(minute);
+    clock.second = static_cast<int>(seconds);
+    const bool dayFirst = order == DateOrder::dayFirst;
+    for (const YearDigits digits : {YearDigits::two, YearDigits::four}) {
+        if (auto moment = momentWithYear(yearNumber, digits, dayFirst ? second : first,
+                                         dayFirst ? first : second, clock)) {
+            return moment;
+        }
+    }
+    return std::optional<Timestamp>();
+}
+
 std::optional<Timestamp> readJoined(const Text& text, std::string_view dateField, DateOrder order) {
     // Eight formats share the slashed date and every format the time after it: each is read
     // once per separator.
@@ -442,6 +552,8 @@ std::optional<Timestamp> readJoined(const Text& text, std::string_view dateField
 
 std::optional<Timestamp> read(std::string_view dateField, std::string_view timeField,
                               DateOrder order) {
+    if (const auto common = readCommonShape(dateField, timeField, order))
+        return *common;
     // Header fields are short; join them on the stack and fall back to the heap for odd ones.
     // Messages sent in the same minute (or second) share their header date, so each thread
     // keeps its last answer.

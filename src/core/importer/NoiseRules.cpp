@@ -168,9 +168,7 @@ constexpr char16_t kCallLogPattern[] =
     u"(?:ended|try again|no answer|declined|busy|unanswered)|"
     u"\\d{1,3} (?:sec|secs|second|seconds|min|mins|minute|minutes|hr|hrs|hour|hours))$";
 
-// The words that the alternatives with "call" start with, and those after "call " in the third.
-constexpr std::array<std::string_view, 7> kCallOpenings = {
-    "missed", "group", "incoming", "outgoing", "silenced", "voice", "video"};
+// The words after "call " in the third alternative with "call".
 constexpr std::array<std::string_view, 4> kCallOutcomes = {"failed", "ended", "declined",
                                                            "not answered"};
 // The alternative that is a single word or two, and the units after a number.
@@ -313,24 +311,41 @@ bool isCallLogSpelledAnyhow(std::string_view text) {
 std::optional<bool> isCallSentence(std::string_view text) {
     if (text.empty())
         return std::nullopt;
-    const char first = static_cast<char>(text[0] | 0x20);
-    if (first != 'c' && first != 'm' && first != 'g' && first != 'i' && first != 'o' &&
-        first != 's' && first != 'v') {
+    // Each of the words starts with its own letter, but for "voice" and "video".
+    std::string_view opening;
+    switch (text[0] | 0x20) {
+        case 'c':
+            if (!startsWithIgnoringAsciiCase(text, "call "))
+                return std::nullopt;
+            return anyStartsWith(text.substr(5), kCallOutcomes) && isCallLogByRegex(text);
+        case 'm':
+            opening = "missed";
+            break;
+        case 'g':
+            opening = "group";
+            break;
+        case 'i':
+            opening = "incoming";
+            break;
+        case 'o':
+            opening = "outgoing";
+            break;
+        case 's':
+            opening = "silenced";
+            break;
+        case 'v':
+            opening = (text.size() > 2 && (text[2] | 0x20) == 'd') ? "video" : "voice";
+            break;
+        default:
+            return std::nullopt;
+    }
+    if (text.size() <= opening.size() || !startsWithIgnoringAsciiCase(text, opening))
         return std::nullopt;
-    }
-    if (startsWithIgnoringAsciiCase(text, "call ")) {
-        return anyStartsWith(text.substr(5), kCallOutcomes) && isCallLogByRegex(text);
-    }
-    for (const std::string_view word : kCallOpenings) {
-        if (text.size() <= word.size() || !startsWithIgnoringAsciiCase(text, word))
-            continue;
-        UChar32 next = 0;
-        size_t at = word.size();
-        U8_NEXT_OR_FFFD(text.data(), at, text.size(), next);
-        return u_isUWhiteSpace(next) && containsCallIgnoringAsciiCase(text) &&
-               isCallLogByRegex(text);
-    }
-    return std::nullopt;
+    // The word must be followed by white space (\s).
+    UChar32 next = 0;
+    size_t at = opening.size();
+    U8_NEXT_OR_FFFD(text.data(), at, text.size(), next);
+    return u_isUWhiteSpace(next) && containsCallIgnoringAsciiCase(text) && isCallLogByRegex(text);
 }
 
 // isCallLog, told whether `text` is ASCII. ICU runs only for text that starts the way an
