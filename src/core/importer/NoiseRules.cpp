@@ -52,6 +52,18 @@ constexpr std::array<std::string_view, 25> kPhrases = {
     "this message was edited",
 };
 
+// Whether every phrase is ASCII, whose letters the searches below match in either case. A
+// phrase with other letters needs the text truly lower-cased first.
+constexpr bool kPhrasesAreAscii = [] {
+    for (const std::string_view phrase : kPhrases) {
+        for (const char c : phrase) {
+            if (static_cast<unsigned char>(c) >= 0x80)
+                return false;
+        }
+    }
+    return true;
+}();
+
 char asciiLower(char c) {
     return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + ('a' - 'A')) : c;
 }
@@ -409,10 +421,11 @@ bool isNoiseTrimmed(std::string_view trimmed) {
     // The rules below read the lower-case text. Every one of them ignores the case of ASCII
     // letters, and lower-casing turns other characters into other non-ASCII ones (which the
     // call-log pattern, matching without case, does not tell from their lower case), except for
-    // two: "İ" and the Kelvin sign. Only text with those is lower-cased first.
+    // two: "İ" and the Kelvin sign. Only text with those is lower-cased first (or any text
+    // outside ASCII, once a phrase has letters outside ASCII).
     const bool ascii = text::isAscii(trimmed);
     std::string_view lowered = trimmed;
-    if (!ascii && (trimmed.find("\u0130") != std::string_view::npos ||
+    if (!ascii && (!kPhrasesAreAscii || trimmed.find("\u0130") != std::string_view::npos ||
                    trimmed.find("\u212A") != std::string_view::npos)) {
         thread_local std::string loweredCopy;
         text::lowercase(trimmed, loweredCopy);
