@@ -40,6 +40,13 @@ fs::path TemporaryFolder::write(const std::string& name, const std::string& byte
     return file;
 }
 
+Uuid labelledId(std::string_view label) {
+    // FNV-1a over the label: distinct short labels give distinct ids.
+    std::uint64_t hash = 0xcbf29ce484222325ULL;
+    for (const char c : label) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3ULL;
+    return Uuid{hash, label.size()};
+}
+
 std::string readFile(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     std::ostringstream content;

@@ -3,8 +3,11 @@
 // way to run the built program and read what it printed.
 
 #include <filesystem>
+#include <string_view>
 #include <string>
 #include <vector>
+
+#include "common/Uuid.h"
 
 namespace lumenary::testing {
 
@@ -39,6 +42,9 @@ struct ProgramRun {
 
 /// Runs the built program with `arguments` (no shell involved) and waits for it.
 ProgramRun runProgram(const std::vector<std::string>& arguments);
+
+/// A fixed id named by `label`, for test archives that refer to messages by name.
+Uuid labelledId(std::string_view label);
 
 /// The whole content of a file, or "" when it cannot be read.
 std::string readFile(const std::filesystem::path& path);

@@ -142,7 +142,8 @@ CivilTime civil(Timestamp t) {
 }
 
 std::optional<Timestamp> fromCivil(const CivilTime& c) {
-    if (c.year < -9999 || c.year > 99999 || c.month < 1 || c.month > 12 || c.day < 1 ||
+    // std::chrono::year holds -32767 to 32767; later years would wrap to wrong moments.
+    if (c.year < -9999 || c.year > 32767 || c.month < 1 || c.month > 12 || c.day < 1 ||
         c.day > daysInMonth(c.year, c.month) || c.hour < 0 || c.hour > 23 || c.minute < 0 ||
         c.minute > 59 || c.second < 0 || c.second > 59) {
         return std::nullopt;

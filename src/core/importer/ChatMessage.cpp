@@ -1,22 +1,9 @@
 #include "importer/ChatMessage.h"
 
-#include <array>
-#include <cstdint>
-#include <random>
-
-#include "importer/Uuid.h"
-
 namespace lumenary {
 
-std::string makeUuid() {
-    // One generator per thread, seeded from the system's entropy once: reading the random device
-    // for every message of a large archive would cost more than the rest of the import.
-    thread_local UuidGenerator generator;
-    return generator.next();
-}
-
 void to_json(nlohmann::ordered_json& json, const ChatMessage& message) {
-    json = nlohmann::ordered_json{{"id", message.id},
+    json = nlohmann::ordered_json{{"id", message.id.text()},
                                   {"sender", message.sender},
                                   {"text", message.text},
                                   {"date", LocalTime::isoUtc(message.date)}};
@@ -26,7 +13,13 @@ void from_json(const nlohmann::ordered_json& json, ChatMessage& message) {
     ChatMessage decoded;
     // at() throws for a missing key and get() for a value of the wrong type, so a damaged record
     // fails the whole decode instead of yielding a half-filled message.
-    decoded.id = json.at("id").get<std::string>();
+    const std::string id = json.at("id").get<std::string>();
+    const std::optional<Uuid> parsedId = Uuid::parse(id);
+    if (!parsedId) {
+        throw nlohmann::ordered_json::other_error::create(
+            501, "message id \"" + id + "\" is not a UUID", &json);
+    }
+    decoded.id = *parsedId;
     decoded.sender = json.at("sender").get<std::string>();
     decoded.text = json.at("text").get<std::string>();
     const std::string date = json.at("date").get<std::string>();

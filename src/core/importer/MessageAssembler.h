@@ -10,7 +10,7 @@
 
 #include "importer/ChatMessage.h"
 #include "importer/LineParser.h"
-#include "importer/Uuid.h"
+#include "common/Uuid.h"
 
 namespace lumenary {
 

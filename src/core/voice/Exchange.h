@@ -15,7 +15,7 @@ struct Exchange {
     std::optional<std::string> prompt;  // absent when nothing close enough in time came before
     ChatMessage reply;                  // always a message of hers; its id is the exchange's id
 
-    const std::string& id() const { return reply.id; }
+    const Uuid& id() const { return reply.id; }
     friend bool operator==(const Exchange&, const Exchange&) = default;
 };
 

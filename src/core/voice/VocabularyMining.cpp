@@ -118,25 +118,24 @@ public:
         while (size < her.size() * 2) size *= 2;
         slots_.resize(size);
         for (std::size_t i = 0; i < her.size(); ++i) {
-            const std::uint64_t hash = hashBytes(her[i]->id);
+            const std::uint64_t hash = hashOf(her[i]->id);
             const std::size_t slot = find(her[i]->id, hash);
             if (slots_[slot].herPlusOne == 0) {
                 slots_[slot] = Slot{tagOf(hash), static_cast<std::uint32_t>(i + 1)};
             }
         }
     }
-    bool contains(std::string_view id) const {
-        return slots_[find(id, hashBytes(id))].herPlusOne != 0;
-    }
+    bool contains(const Uuid& id) const { return slots_[find(id, hashOf(id))].herPlusOne != 0; }
 
 private:
     struct Slot {
         std::uint32_t tag = 0;
         std::uint32_t herPlusOne = 0;  // 0 marks an empty slot
     };
+    static std::uint64_t hashOf(const Uuid& id) { return id.high ^ (id.low * 0x9E3779B97F4A7C15ULL); }
     static std::uint32_t tagOf(std::uint64_t hash) { return static_cast<std::uint32_t>(hash >> 32); }
     // The slot holding `id`, or the empty slot where it would go.
-    std::size_t find(std::string_view id, std::uint64_t hash) const {
+    std::size_t find(const Uuid& id, std::uint64_t hash) const {
         const std::size_t mask = slots_.size() - 1;
         std::size_t slot = static_cast<std::size_t>(hash) & mask;
         while (slots_[slot].herPlusOne != 0 &&

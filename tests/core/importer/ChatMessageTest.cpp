@@ -26,25 +26,34 @@ bool isVersion4Uuid(const std::string& id) {
 TEST(ChatMessage, IdsAreDistinctUpperCaseVersion4Uuids) {
     std::set<std::string> seen;
     for (int i = 0; i < 10000; ++i) {
-        const std::string id = makeUuid();
+        const Uuid uuid = Uuid::random();
+        const std::string id = uuid.text();
         ASSERT_TRUE(isVersion4Uuid(id)) << id;
         ASSERT_TRUE(seen.insert(id).second) << id;
+        ASSERT_EQ(Uuid::parse(id), uuid);
+    }
+    EXPECT_EQ(Uuid::parse("00112233-4455-6677-8899-aabbccddeeff")->text(),
+              "00112233-4455-6677-8899-AABBCCDDEEFF");
+    for (const char* bad : {"", "X", "00112233-4455-6677-8899-aabbccddeef",
+                            "00112233-4455-6677-8899-aabbccddeeffa", "0011223344556677-8899-aabbccddeeff",
+                            "00112233-4455-6677-8899-aabbccddeefg"}) {
+        EXPECT_EQ(Uuid::parse(bad), std::nullopt) << bad;
     }
 }
 
 TEST(ChatMessage, EqualityTakesTheIdIntoAccount) {
-    const ChatMessage a{makeUuid(), "Amma", "Did you eat?", 1615567532};
+    const ChatMessage a{Uuid::random(), "Amma", "Did you eat?", 1615567532};
     ChatMessage b = a;
     EXPECT_EQ(a, b);
-    b.id = makeUuid();
+    b.id = Uuid::random();
     EXPECT_NE(a, b);
 }
 
 TEST(ChatMessage, SurvivesJsonWithoutTheFractionOfASecond) {
-    const ChatMessage message{makeUuid(), "Amma", "Did you eat?\n\u0C24\u0C3F\u0C28\u0C4D",
+    const ChatMessage message{Uuid::random(), "Amma", "Did you eat?\n\u0C24\u0C3F\u0C28\u0C4D",
                               1615567532.75};
     const nlohmann::ordered_json json = message;
-    EXPECT_EQ(json.dump(), "{\"id\":\"" + message.id +
+    EXPECT_EQ(json.dump(), "{\"id\":\"" + message.id.text() +
                                "\",\"sender\":\"Amma\",\"text\":\"Did you eat?\\n\u0C24\u0C3F"
                                "\u0C28\u0C4D\",\"date\":\"2021-03-12T16:45:32Z\"}");
     const ChatMessage loaded = json.get<ChatMessage>();
@@ -56,9 +65,10 @@ TEST(ChatMessage, SurvivesJsonWithoutTheFractionOfASecond) {
     // A damaged record fails as a whole.
     for (const char* damaged :
          {R"({"sender":"Amma","text":"hi","date":"2021-03-12T16:45:32Z"})",
-          R"({"id":"X","sender":"Amma","text":7,"date":"2021-03-12T16:45:32Z"})",
-          R"({"id":"X","sender":"Amma","text":"hi","date":"last Friday"})",
-          R"({"id":"X","sender":"Amma","text":"hi"})"}) {
+          R"({"id":"00112233-4455-4677-8899-AABBCCDDEEFF","sender":"Amma","text":7,"date":"2021-03-12T16:45:32Z"})",
+          R"({"id":"00112233-4455-4677-8899-AABBCCDDEEFF","sender":"Amma","text":"hi","date":"last Friday"})",
+          R"({"id":"00112233-4455-4677-8899-AABBCCDDEEFF","sender":"Amma","text":"hi"})",
+          R"({"id":"X","sender":"Amma","text":"hi","date":"2021-03-12T16:45:32Z"})"}) {
         EXPECT_THROW(nlohmann::ordered_json::parse(damaged).get<ChatMessage>(),
                      nlohmann::json::exception)
             << damaged;

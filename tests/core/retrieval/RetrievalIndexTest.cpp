@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "TestSupport.h"
 #include "retrieval/RetrievalIndex.h"
 #include "text/TextRules.h"
 
@@ -32,8 +33,8 @@ std::vector<ChatMessage> conversation(
     int next = 0;
     for (const auto& [prompt, reply] : pairs) {
         if (!prompt.empty())
-            archive.push_back({numbered("P", next), "Ravi", prompt, at});
-        archive.push_back({numbered("R", next++), kHer, reply, at + 60});
+            archive.push_back({testing::labelledId(numbered("P", next)), "Ravi", prompt, at});
+        archive.push_back({testing::labelledId(numbered("R", next++)), kHer, reply, at + 60});
         at += 86'400;
     }
     return archive;
@@ -73,7 +74,7 @@ TEST(RetrievalIndex, TokensAreLowercasedRunsOfTwoCharactersOrMoreWithoutStopword
 
 TEST(RetrievalIndex, SearchMatchesPromptsAndRepliesAndNeedsARealToken) {
     EXPECT_TRUE(RetrievalIndex().search("rice", 6).empty());
-    const std::vector<ChatMessage> hisOnly = {{"1", "Ravi", "rice", 0}};
+    const std::vector<ChatMessage> hisOnly = {{testing::labelledId("1"), "Ravi", "rice", 0}};
     EXPECT_EQ(RetrievalIndex(hisOnly, kHer).exchangeCount(), 0u);
 
     const std::vector<ChatMessage> archive = conversation({
@@ -138,10 +139,10 @@ TEST(RetrievalIndex, EqualScoresComeBackInArchiveOrder) {
     const RetrievalIndex index(archive, kHer);
     const std::vector<Exchange> found = index.search("now eat ma", 6);
     ASSERT_EQ(found.size(), 3u);
-    EXPECT_EQ(found[0].id(), "R0");
-    EXPECT_EQ(found[1].id(), "R2");
-    EXPECT_EQ(found[2].id(), "R3");
-    EXPECT_EQ(index.search("now eat ma", 2).back().id(), "R2");
+    EXPECT_EQ(found[0].id(), testing::labelledId("R0"));
+    EXPECT_EQ(found[1].id(), testing::labelledId("R2"));
+    EXPECT_EQ(found[2].id(), testing::labelledId("R3"));
+    EXPECT_EQ(index.search("now eat ma", 2).back().id(), testing::labelledId("R2"));
 }
 
 TEST(RetrievalIndex, OnThisDayGivesEarlierYearsOnlyIncludingLeapDays) {
@@ -149,13 +150,13 @@ TEST(RetrievalIndex, OnThisDayGivesEarlierYearsOnlyIncludingLeapDays) {
         return *LocalTime::fromCivil({year, month, day, hour, 0, 0});
     };
     std::vector<ChatMessage> archive = {
-        {"a", kHer, "leap 2016", at(2016, 2, 29, 9)},
-        {"b", kHer, "not a leap day", at(2017, 2, 28, 9)},
-        {"c", kHer, "march", at(2017, 3, 1, 9)},
-        {"d", "Ravi", "his, not hers", at(2018, 2, 28, 9)},
-        {"e", kHer, "leap 2020 late evening", at(2020, 2, 29, 23)},
-        {"f", kHer, "this year, earlier today", at(2024, 2, 29, 1)},
-        {"g", kHer, "a later year", at(2028, 2, 29, 9)},
+        {testing::labelledId("a"), kHer, "leap 2016", at(2016, 2, 29, 9)},
+        {testing::labelledId("b"), kHer, "not a leap day", at(2017, 2, 28, 9)},
+        {testing::labelledId("c"), kHer, "march", at(2017, 3, 1, 9)},
+        {testing::labelledId("d"), "Ravi", "his, not hers", at(2018, 2, 28, 9)},
+        {testing::labelledId("e"), kHer, "leap 2020 late evening", at(2020, 2, 29, 23)},
+        {testing::labelledId("f"), kHer, "this year, earlier today", at(2024, 2, 29, 1)},
+        {testing::labelledId("g"), kHer, "a later year", at(2028, 2, 29, 9)},
     };
     const RetrievalIndex index(archive, kHer);
     std::vector<std::string> texts;
@@ -210,7 +211,7 @@ public:
                          [](const auto& a, const auto& b) { return a.second > b.second; });
         std::vector<std::string> ids;
         for (std::size_t k = 0; k < kept.size() && static_cast<int>(k) < limit; ++k) {
-            ids.push_back(exchanges_[kept[k].first].id());
+            ids.push_back(exchanges_[kept[k].first].id().text());
         }
         return ids;
     }
@@ -260,7 +261,7 @@ TEST(RetrievalIndex, SearchEqualsThePlainAlgorithmOnAGeneratedArchive) {
     for (int i = 0; i < 24'000; ++i) {
         const bool hers = percent(random) < 60;
         const int words = percent(random) < 5 ? 61 + percent(random) % 3 : shortLength(random);
-        archive.push_back({std::to_string(i), hers ? kHer : "Ravi", sentence(words), at});
+        archive.push_back({testing::labelledId(std::to_string(i)), hers ? kHer : "Ravi", sentence(words), at});
         at += percent(random) < 10 ? 30'000 : 120;
     }
     const RetrievalIndex index(archive, kHer);
@@ -273,7 +274,7 @@ TEST(RetrievalIndex, SearchEqualsThePlainAlgorithmOnAGeneratedArchive) {
         for (const int limit : {1, 6, 100'000}) {
             std::vector<std::string> ids;
             for (const auto& exchange : index.search(query, limit))
-                ids.push_back(exchange.id());
+                ids.push_back(exchange.id().text());
             ASSERT_EQ(ids, reference.search(query, limit))
                 << "query \"" << query << "\" limit " << limit;
         }

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "TestSupport.h"
+
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,7 +22,7 @@ std::string numbered(const char* prefix, int n) {
 
 ChatMessage message(const std::string& sender, const std::string& text, Timestamp date) {
     static int next = 0;
-    return ChatMessage{numbered("ID-", ++next), sender, text, date};
+    return ChatMessage{testing::labelledId(numbered("ID-", ++next)), sender, text, date};
 }
 
 std::vector<std::optional<std::string>> prompts(const std::vector<Exchange>& exchanges) {

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "TestSupport.h"
+
 #include <algorithm>
 #include <random>
 #include <set>
@@ -26,8 +28,8 @@ std::vector<ChatMessage> conversation(const std::vector<std::pair<std::string, s
     std::vector<ChatMessage> archive;
     int next = 0;
     for (const auto& [prompt, reply] : pairs) {
-        archive.push_back({numbered("P", next), "Ravi", prompt, start});
-        archive.push_back({numbered("R", next++), kHer, reply, start + 60});
+        archive.push_back({testing::labelledId(numbered("P", next)), "Ravi", prompt, start});
+        archive.push_back({testing::labelledId(numbered("R", next++)), kHer, reply, start + 60});
         start += 3600;
     }
     return archive;
@@ -57,7 +59,7 @@ TEST(FewShot, CharacteristicnessRewardsTypicalLengthEmojiQuestionsAndEndearments
         {std::nullopt, "call 1\uFE0F\u20E3", 1.4},  // a keycap is no emoji
     };
     for (const auto& c : cases) {
-        EXPECT_DOUBLE_EQ(FewShot::characteristicness({c.prompt, {"R", kHer, c.reply, 0}}), c.score)
+        EXPECT_DOUBLE_EQ(FewShot::characteristicness({c.prompt, {Uuid{}, kHer, c.reply, 0}}), c.score)
             << c.reply;
     }
     EXPECT_EQ(FewShot::tokenize("Don't GO, go 2day! a \U0001F64F"),
@@ -80,7 +82,7 @@ TEST(FewShot, BankTakesOnlyRepliesWithPromptsOfTwoToFortyWordsWithoutLinks) {
         {"hello", "see HTTPS://example.com now"},  // the link test is case-sensitive
     });
     // Her message half a day after anything else has no prompt.
-    archive.push_back({"late", kHer, "nobody asked me this", archive.back().date + 50'000});
+    archive.push_back({testing::labelledId("late"), kHer, "nobody asked me this", archive.back().date + 50'000});
 
     EXPECT_EQ(replies(FewShot::mine(archive, kHer, 30)),
               (std::vector<std::string>{"two words", fortyWords, "see HTTPS://example.com now"}));
@@ -176,7 +178,7 @@ TEST(FewShot, BankEqualsThePlainDefinitionOnAGeneratedArchive) {
                 text += ' ';
             text += words[word(random)];
         }
-        archive.push_back({numbered("M", i), percent(random) < 60 ? kHer : "Ravi", text, at});
+        archive.push_back({testing::labelledId(numbered("M", i)), percent(random) < 60 ? kHer : "Ravi", text, at});
         at += percent(random) < 5 ? 30'000 : 90;
     }
     for (const int limit : {1, 5, 30, 3000}) {

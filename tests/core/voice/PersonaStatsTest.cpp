@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "TestSupport.h"
+
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -29,7 +31,7 @@ struct Archive {
     }
     Archive& sayAt(const std::string& sender, const std::string& text, Timestamp date) {
         clock = date;
-        messages.push_back({std::to_string(messages.size() + 1), sender, text, date});
+        messages.push_back({testing::labelledId(std::to_string(messages.size() + 1)), sender, text, date});
         return *this;
     }
 };

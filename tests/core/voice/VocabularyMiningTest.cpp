@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "TestSupport.h"
+
 #include <cstdint>
 #include <string>
 #include <unordered_map>
@@ -21,9 +23,9 @@ struct Chat {
     Chat(const Strings& hers, const Strings& others = {}) {
         all.reserve(hers.size() + others.size());
         for (const auto& text : hers)
-            all.push_back({"h" + std::to_string(all.size()), "Amma", text, 0});
+            all.push_back({testing::labelledId("h" + std::to_string(all.size())), "Amma", text, 0});
         for (const auto& text : others) {
-            all.push_back({"o" + std::to_string(all.size()), "Ravi", text, 0});
+            all.push_back({testing::labelledId("o" + std::to_string(all.size())), "Ravi", text, 0});
         }
     }
     PersonaBuilder::HerMessages her() const {
@@ -160,8 +162,8 @@ TEST(VocabularyMining, TopicsFavourWordsOnlySheUses) {
 
 TEST(VocabularyMining, TopicsTreatEveryoneElseInAGroupAsTheOtherSide) {
     Chat chat(repeated("cricket match", 3), repeated("cricket", 2));
-    chat.all.push_back({"x1", "Lakshmi", "cricket cricket cricket cricket", 0});
-    chat.all.push_back({"x2", "Lakshmi", "match", 0});
+    chat.all.push_back({testing::labelledId("x1"), "Lakshmi", "cricket cricket cricket cricket", 0});
+    chat.all.push_back({testing::labelledId("x2"), "Lakshmi", "match", 0});
     // Against Ravi and Lakshmi together cricket scores 3/6 × 3/6, match 3/6 × 3/1.
     EXPECT_EQ(PersonaBuilder::mineTopics(chat.her(), chat.all), (Strings{"match", "cricket"}));
 }
