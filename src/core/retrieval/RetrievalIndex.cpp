@@ -174,6 +174,16 @@ RetrievalIndex::RetrievalIndex(const std::vector<ChatMessage>& messages, const s
     std::vector<std::uint32_t> documentCounts;
     std::vector<std::uint32_t> tokenCounts(count, 0);
     std::vector<Damping> damping(count, Damping::none);
+    // A token takes at least two bytes and a separator, so this bound is never passed: the list
+    // never moves while it grows, and the room it does not use is never touched, so it costs
+    // address space only, not memory.
+    std::size_t tokenBound = 0;
+    for (const Position& position : positions_) {
+        tokenBound += messages[position.reply].text.size() / 3 + 2;
+        if (position.prompt != noPrompt)
+            tokenBound += messages[position.prompt].text.size() / 3 + 1;
+    }
+    distinct.reserve(tokenBound);
     std::string joined;
     std::vector<std::uint32_t> ids;
     for (std::size_t i = 0; i < count; ++i) {
