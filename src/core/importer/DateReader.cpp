@@ -10,6 +10,8 @@
 #include <cstdint>
 #include <string>
 
+#include "text/TextRules.h"
+
 // The ten formats are read here by hand rather than by ICU's SimpleDateFormat: a formatter costs
 // microseconds per message, and ICU 72 (Debian 12) rejects one-digit days and minutes under "dd"
 // and "mm" in strict mode, which ICU 73 fixed and which the exports of older phones use
@@ -43,18 +45,9 @@ public:
     size_t size() const { return s_.size(); }
     char byte(size_t i) const { return s_[i]; }
 
-    /// The code point at `i`; `next` is where the one after it starts. Ill-formed bytes read as
-    /// U+FFFD, one per maximal ill-formed sequence, as ICU's converters read them.
+    /// The code point at `i`; `next` is where the one after it starts.
     UChar32 at(size_t i, size_t& next) const {
-        const auto lead = static_cast<unsigned char>(s_[i]);
-        if (lead < 0x80) {
-            next = i + 1;
-            return lead;
-        }
-        UChar32 c = 0;
-        next = i;
-        U8_NEXT_OR_FFFD(s_.data(), next, s_.size(), c);
-        return c;
+        return static_cast<UChar32>(text::codePointAt(s_, i, next));
     }
 
 private:

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "text/TextRules.h"
+
 // How the backtracking of the patterns is followed without a regex engine.
 //
 // Lazy groups are tried shortest first and greedy runs longest first, and the first complete
@@ -71,17 +73,9 @@ public:
     std::string_view slice(Span span) const { return s_.substr(span.begin, span.end - span.begin); }
     size_t find(char c, size_t from) const { return s_.find(c, from); }
 
-    /// The code point at `i` (U+FFFD for each maximal ill-formed sequence, as ICU converts).
+    /// The code point at `i`; `next` is where the one after it starts.
     UChar32 at(size_t i, size_t& next) const {
-        const auto lead = static_cast<unsigned char>(s_[i]);
-        if (lead < 0x80) {
-            next = i + 1;
-            return lead;
-        }
-        UChar32 c = 0;
-        next = i;
-        U8_NEXT_OR_FFFD(s_.data(), next, s_.size(), c);
-        return c;
+        return static_cast<UChar32>(text::codePointAt(s_, i, next));
     }
 
     size_t next(size_t i) const {

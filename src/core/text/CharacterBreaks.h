@@ -2,7 +2,7 @@
 // Where the user-perceived characters (extended grapheme clusters) of UTF-8 text end. Used by the
 // text rules; other code calls text::characters and friends instead.
 
-#include <unicode/utf8.h>
+#include "text/TextRules.h"
 
 #include <cstddef>
 #include <string_view>
@@ -10,14 +10,12 @@
 
 namespace lumenary::text::breaks {
 
-/// The code point that starts at byte `i` of `s`, advancing `i` past it. An ill-formed sequence
-/// gives U+FFFD and is skipped by its maximal subpart, as ICU's converters do. `i` < s.size().
+/// The code point that starts at byte `i` of `s`, advancing `i` past it. `i` < s.size().
 inline char32_t decodeNext(std::string_view s, std::size_t& i) {
-    const char* bytes = s.data();
-    const std::size_t length = s.size();
-    UChar32 c = 0;
-    U8_NEXT_OR_FFFD(bytes, i, length, c);
-    return static_cast<char32_t>(c);
+    std::size_t next = i;
+    const char32_t c = codePointAt(s, i, next);
+    i = next;
+    return c;
 }
 
 /// Replaces the content of `ends` with the end offset of every character of `s`, in order.

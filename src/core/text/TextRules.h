@@ -5,6 +5,8 @@
 // A "character" is a user-perceived character (an extended grapheme cluster); every length is
 // counted in characters. Returned views point into the argument.
 
+#include <unicode/utf8.h>
+
 #include <algorithm>
 #include <string>
 #include <string_view>
@@ -54,6 +56,19 @@ bool containsEmoji(std::string_view s);
 
 /// Decodes the code points of `s` (invalid sequences give U+FFFD).
 std::vector<char32_t> codePoints(std::string_view s);
+
+/// The code point that starts at byte `i` (< s.size()) of `s`; `next` is where the one after it
+/// starts. An ill-formed sequence reads as one U+FFFD per maximal subpart, as ICU's converters
+/// read it, so every reader of raw bytes agrees on what a broken file says.
+inline char32_t codePointAt(std::string_view s, std::size_t i, std::size_t& next) {
+    const auto lead = static_cast<unsigned char>(s[i]);
+    next = i + 1;
+    if (lead < 0x80) return lead;
+    UChar32 c = 0;
+    next = i;
+    U8_NEXT_OR_FFFD(s.data(), next, s.size(), c);
+    return static_cast<char32_t>(c);
+}
 
 /// True when every byte of `s` is ASCII; such text takes a fast path in the functions above.
 bool isAscii(std::string_view s);
