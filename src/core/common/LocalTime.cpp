@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 namespace lumenary {
 namespace {
@@ -62,6 +63,17 @@ int64_t localSecondsOf(const CivilTime& c) {
     const sys_days days{std::chrono::year{c.year} / c.month / c.day};
     return static_cast<int64_t>(days.time_since_epoch().count()) * 86400 + c.hour * 3600 +
            c.minute * 60 + c.second;
+}
+
+// The calendar day of a count of seconds since the epoch, and the seconds into that day.
+std::pair<year_month_day, int64_t> splitDay(int64_t seconds) {
+    int64_t days = seconds / 86400;
+    int64_t rest = seconds % 86400;
+    if (rest < 0) {
+        rest += 86400;
+        days -= 1;
+    }
+    return {year_month_day{sys_days{std::chrono::days{days}}}, rest};
 }
 
 std::string toUtf8(const icu::UnicodeString& text) {
@@ -125,14 +137,7 @@ namespace LocalTime {
 
 CivilTime civil(Timestamp t) {
     const double local = std::floor(t) + offsetAt(std::floor(t));
-    const auto seconds = static_cast<int64_t>(local);
-    int64_t days = seconds / 86400;
-    int64_t rest = seconds % 86400;
-    if (rest < 0) {
-        rest += 86400;
-        days -= 1;
-    }
-    const year_month_day ymd{sys_days{std::chrono::days{days}}};
+    const auto [ymd, rest] = splitDay(static_cast<int64_t>(local));
     return CivilTime{static_cast<int>(ymd.year()),
                      static_cast<int>(static_cast<unsigned>(ymd.month())),
                      static_cast<int>(static_cast<unsigned>(ymd.day())),
@@ -177,14 +182,7 @@ std::string format(Timestamp t, DateStyle style) {
 }
 
 std::string isoUtc(Timestamp t) {
-    const auto seconds = static_cast<int64_t>(std::floor(t));
-    int64_t days = seconds / 86400;
-    int64_t rest = seconds % 86400;
-    if (rest < 0) {
-        rest += 86400;
-        days -= 1;
-    }
-    const year_month_day ymd{sys_days{std::chrono::days{days}}};
+    const auto [ymd, rest] = splitDay(static_cast<int64_t>(std::floor(t)));
     char buffer[40];
     std::snprintf(buffer, sizeof buffer, "%04d-%02u-%02uT%02d:%02d:%02dZ",
                   static_cast<int>(ymd.year()), static_cast<unsigned>(ymd.month()),
