@@ -47,6 +47,13 @@ Uuid labelledId(std::string_view label) {
     return Uuid{hash, label.size()};
 }
 
+std::string numbered(const char* prefix, long long n) {
+    // Written with += because GCC 12 at -O3 warns falsely about "literal" + std::string.
+    std::string text = prefix;
+    text += std::to_string(n);
+    return text;
+}
+
 std::string readFile(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     std::ostringstream content;

@@ -46,6 +46,9 @@ ProgramRun runProgram(const std::vector<std::string>& arguments);
 /// A fixed id named by `label`, for test archives that refer to messages by name.
 Uuid labelledId(std::string_view label);
 
+/// `prefix` followed by the decimal digits of `n` ("R12").
+std::string numbered(const char* prefix, long long n);
+
 /// The whole content of a file, or "" when it cannot be read.
 std::string readFile(const std::filesystem::path& path);
 

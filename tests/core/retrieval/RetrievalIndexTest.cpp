@@ -17,13 +17,6 @@ namespace {
 
 const std::string kHer = "Amma";
 
-// Written with += because GCC 12 at -O3 warns falsely about "literal" + std::string.
-std::string numbered(const char* prefix, int n) {
-    std::string text = prefix;
-    text += std::to_string(n);
-    return text;
-}
-
 // Pairs of (prompt, reply) one minute apart, an hour between pairs; a missing prompt is written
 // as an empty text and becomes a message of hers with nothing before it.
 std::vector<ChatMessage> conversation(
@@ -33,8 +26,8 @@ std::vector<ChatMessage> conversation(
     int next = 0;
     for (const auto& [prompt, reply] : pairs) {
         if (!prompt.empty())
-            archive.push_back({testing::labelledId(numbered("P", next)), "Ravi", prompt, at});
-        archive.push_back({testing::labelledId(numbered("R", next++)), kHer, reply, at + 60});
+            archive.push_back({testing::labelledId(testing::numbered("P", next)), "Ravi", prompt, at});
+        archive.push_back({testing::labelledId(testing::numbered("R", next++)), kHer, reply, at + 60});
         at += 86'400;
     }
     return archive;
@@ -252,7 +245,7 @@ TEST(RetrievalIndex, SearchEqualsThePlainAlgorithmOnAGeneratedArchive) {
             if (i > 0)
                 text += ' ';
             text +=
-                percent(random) < 15 ? numbered("r", rareWord(random)) : common[commonWord(random)];
+                percent(random) < 15 ? testing::numbered("r", rareWord(random)) : common[commonWord(random)];
         }
         return text;
     };

@@ -13,16 +13,9 @@ namespace {
 
 const std::string kHer = "Amma";
 
-// Written with += because GCC 12 at -O3 warns falsely about "literal" + std::string.
-std::string numbered(const char* prefix, int n) {
-    std::string text = prefix;
-    text += std::to_string(n);
-    return text;
-}
-
 ChatMessage message(const std::string& sender, const std::string& text, Timestamp date) {
     static int next = 0;
-    return ChatMessage{testing::labelledId(numbered("ID-", ++next)), sender, text, date};
+    return ChatMessage{testing::labelledId(testing::numbered("ID-", ++next)), sender, text, date};
 }
 
 std::vector<std::optional<std::string>> prompts(const std::vector<Exchange>& exchanges) {

@@ -15,21 +15,14 @@ namespace {
 
 const std::string kHer = "Amma";
 
-// Written with += because GCC 12 at -O3 warns falsely about "literal" + std::string.
-std::string numbered(const char* prefix, int n) {
-    std::string text = prefix;
-    text += std::to_string(n);
-    return text;
-}
-
 // An archive of (prompt, reply) pairs one minute apart, an hour between pairs.
 std::vector<ChatMessage> conversation(const std::vector<std::pair<std::string, std::string>>& pairs,
                                       Timestamp start = 1'600'000'000) {
     std::vector<ChatMessage> archive;
     int next = 0;
     for (const auto& [prompt, reply] : pairs) {
-        archive.push_back({testing::labelledId(numbered("P", next)), "Ravi", prompt, start});
-        archive.push_back({testing::labelledId(numbered("R", next++)), kHer, reply, start + 60});
+        archive.push_back({testing::labelledId(testing::numbered("P", next)), "Ravi", prompt, start});
+        archive.push_back({testing::labelledId(testing::numbered("R", next++)), kHer, reply, start + 60});
         start += 3600;
     }
     return archive;
@@ -69,7 +62,7 @@ TEST(FewShot, CharacteristicnessRewardsTypicalLengthEmojiQuestionsAndEndearments
 TEST(FewShot, BankTakesOnlyRepliesWithPromptsOfTwoToFortyWordsWithoutLinks) {
     std::string fortyWords, fortyOneWords;
     for (int i = 0; i < 40; ++i) {
-        fortyWords += numbered("w", i);
+        fortyWords += testing::numbered("w", i);
         fortyWords += " ";
     }
     fortyOneWords = fortyWords + "extra";
@@ -178,7 +171,7 @@ TEST(FewShot, BankEqualsThePlainDefinitionOnAGeneratedArchive) {
                 text += ' ';
             text += words[word(random)];
         }
-        archive.push_back({testing::labelledId(numbered("M", i)), percent(random) < 60 ? kHer : "Ravi", text, at});
+        archive.push_back({testing::labelledId(testing::numbered("M", i)), percent(random) < 60 ? kHer : "Ravi", text, at});
         at += percent(random) < 5 ? 30'000 : 90;
     }
     for (const int limit : {1, 5, 30, 3000}) {
