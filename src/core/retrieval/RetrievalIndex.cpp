@@ -160,17 +160,23 @@ std::vector<std::string> RetrievalIndex::tokenize(std::string_view text) {
 
 RetrievalIndex::RetrievalIndex(const std::vector<ChatMessage>& messages, const std::string& speaker)
     : messages_(&messages) {
-    for (const ExchangePosition& position : pairExchangePositions(messages, speaker)) {
+    // Kept in the index's own eight-byte form as they are found: a full list of positions beside
+    // it would be a freed but resident hole of megabytes while the token lists below are built.
+    // Room for one exchange per message is address space; only what is written becomes memory.
+    positions_.reserve(messages.size());
+    forEachExchangePosition(messages, speaker, [&](const ExchangePosition& position) {
         positions_.push_back({static_cast<std::uint32_t>(position.reply),
                               position.prompt == ExchangePosition::none
                                   ? noPrompt
                                   : static_cast<std::uint32_t>(position.prompt)});
-    }
+    });
     const std::size_t count = positions_.size();
 
     // First pass: the distinct token ids of every exchange, back to back, and document counts.
     std::vector<std::uint32_t> distinct;
-    std::vector<std::size_t> distinctStarts(count + 1, 0);
+    // Every entry of `distinct` becomes one posting, and postings are counted in 32 bits, so the
+    // starts fit in 32 bits too.
+    std::vector<std::uint32_t> distinctStarts(count + 1, 0);
     std::vector<std::uint32_t> documentCounts;
     std::vector<std::uint32_t> tokenCounts(count, 0);
     std::vector<Damping> damping(count, Damping::none);
@@ -216,7 +222,7 @@ RetrievalIndex::RetrievalIndex(const std::vector<ChatMessage>& messages, const s
             ++documentCounts[id];
         }
         distinct.insert(distinct.end(), ids.begin(), ids.end());
-        distinctStarts[i + 1] = distinct.size();
+        distinctStarts[i + 1] = static_cast<std::uint32_t>(distinct.size());
 
         const std::size_t words = text::spaceWordCount(reply);
         damping[i] = words < 2                 ? Damping::shortReply
@@ -281,15 +287,6 @@ RetrievalIndex::RetrievalIndex(const std::vector<ChatMessage>& messages, const s
         }
     }
     const std::size_t ranked = exchangeAtRank_.size();
-    ceiling_.resize(ranked);
-    rootTokenCount_.resize(ranked);
-    damping_.resize(ranked);
-    for (std::size_t rank = 0; rank < ranked; ++rank) {
-        const std::uint32_t i = exchangeAtRank_[rank];
-        ceiling_[rank] = ceilingOf(damping[i], tokenCounts[i]);
-        rootTokenCount_[rank] = std::sqrt(static_cast<double>(tokenCounts[i]));
-        damping_[rank] = damping[i];
-    }
 
     // Second pass: the posting lists, filled in rank order so each comes out ascending.
     postings_.resize(distinct.size());
@@ -300,6 +297,22 @@ RetrievalIndex::RetrievalIndex(const std::vector<ChatMessage>& messages, const s
             postings_[cursor[distinct[k]]++] = static_cast<std::uint32_t>(rank);
         }
     }
+    // The token lists are the largest thing built here; they go before the arrays by rank are
+    // filled, so the two never take room at the same time.
+    std::vector<std::uint32_t>().swap(distinct);
+    std::vector<std::uint32_t>().swap(distinctStarts);
+    std::vector<std::uint32_t>().swap(cursor);
+
+    ceiling_.resize(ranked);
+    rootTokenCount_.resize(ranked);
+    damping_.resize(ranked);
+    for (std::size_t rank = 0; rank < ranked; ++rank) {
+        const std::uint32_t i = exchangeAtRank_[rank];
+        ceiling_[rank] = ceilingOf(damping[i], tokenCounts[i]);
+        rootTokenCount_[rank] = std::sqrt(static_cast<double>(tokenCounts[i]));
+        damping_[rank] = damping[i];
+    }
+
 }
 
 // The score of the exchange at `rank` whose distinct shared tokens weigh `sharedWeight`, in the

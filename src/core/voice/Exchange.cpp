@@ -9,9 +9,8 @@ constexpr double kPromptWindowSeconds = 6 * 60 * 60;
 
 }  // namespace
 
-std::vector<ExchangePosition> pairExchangePositions(const std::vector<ChatMessage>& messages,
-                                                    const std::string& speaker) {
-    std::vector<ExchangePosition> positions;
+void forEachExchangePosition(const std::vector<ChatMessage>& messages, const std::string& speaker,
+                             const std::function<void(const ExchangePosition&)>& visit) {
     std::size_t lastOther = ExchangePosition::none;
     for (std::size_t i = 0; i < messages.size(); ++i) {
         if (messages[i].sender != speaker) {
@@ -24,8 +23,19 @@ std::vector<ExchangePosition> pairExchangePositions(const std::vector<ChatMessag
             messages[i].date - messages[lastOther].date <= kPromptWindowSeconds) {
             position.prompt = lastOther;
         }
-        positions.push_back(position);
+        visit(position);
     }
+}
+
+std::vector<ExchangePosition> pairExchangePositions(const std::vector<ChatMessage>& messages,
+                                                    const std::string& speaker) {
+    std::vector<ExchangePosition> positions;
+    // One allocation of the most that can be needed: growing by doubling would leave the earlier
+    // copies (megabytes each on a large archive) behind as freed but resident heap. Room never
+    // written is never touched, so it costs address space rather than memory.
+    positions.reserve(messages.size());
+    forEachExchangePosition(messages, speaker,
+                            [&](const ExchangePosition& position) { positions.push_back(position); });
     return positions;
 }
 

@@ -2,6 +2,7 @@
 // One real moment of the archive: what someone else wrote, and her message that followed.
 
 #include <cstddef>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -34,6 +35,10 @@ struct ExchangePosition {
 };
 std::vector<ExchangePosition> pairExchangePositions(const std::vector<ChatMessage>& messages,
                                                     const std::string& speaker);
+/// The same pairing handed to `visit` one position at a time, in archive order, for callers that
+/// keep their own compact form and should not hold the full list beside it.
+void forEachExchangePosition(const std::vector<ChatMessage>& messages, const std::string& speaker,
+                             const std::function<void(const ExchangePosition&)>& visit);
 /// The exchange at `position`, copied out of `messages`.
 Exchange exchangeAt(const std::vector<ChatMessage>& messages, const ExchangePosition& position);
 

@@ -243,6 +243,10 @@ void PhraseCounter::countPendingPairs() {
 
 CountingTable PhraseCounter::atLeast(long long minimum, std::size_t mostFrequent) {
     countPendingPairs();
+    // The pending lists keep their room between rounds, megabytes over all partitions; nothing
+    // more arrives, so it is handed back for the tables built below.
+    for (std::vector<std::uint64_t>& pending : pendingPairs_)
+        std::vector<std::uint64_t>().swap(pending);
     if (mostFrequent == 0)
         return {};
 

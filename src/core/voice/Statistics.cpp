@@ -248,18 +248,25 @@ struct Background {
 
 Background measureInBackground(const std::string& name, const HerMessages& her,
                                const std::vector<ChatMessage>& messages) {
-    VocabularyCounting::PhraseCounter phrases;
-    // Reused for every message, so the loop allocates only for what it has not seen before.
-    std::vector<std::string_view> tokens;
-    std::string lower;
-    for (const ChatMessage* message : her) {
-        text::lowercase(message->text, lower);
-        text::letterOrNumberRuns(lower, tokens);
-        phrases.add(tokens);
+    Background measured;
+    {
+        // The counter holds every token and pair of her messages (tens of megabytes on a large
+        // archive), so it is gone before the other side's tally starts allocating.
+        VocabularyCounting::PhraseCounter phrases;
+        // Reused for every message, so the loop allocates only for what it has not seen before.
+        std::vector<std::string_view> tokens;
+        std::string lower;
+        for (const ChatMessage* message : her) {
+            text::lowercase(message->text, lower);
+            text::letterOrNumberRuns(lower, tokens);
+            phrases.add(tokens);
+        }
+        measured.phrases = VocabularyCounting::rankPhrases(phrases);
     }
-    return {VocabularyCounting::rankPhrases(phrases),
-            VocabularyCounting::topicTally(VocabularyCounting::otherSide(her, messages)),
-            measureRhythm(name, messages)};
+    measured.otherTopics =
+        VocabularyCounting::topicTally(VocabularyCounting::otherSide(her, messages));
+    measured.rhythm = measureRhythm(name, messages);
+    return measured;
 }
 
 // Everything else read from her messages: lengths, emoji, scripts, punctuation, openings,
