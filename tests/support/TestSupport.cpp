@@ -54,6 +54,13 @@ std::string numbered(const char* prefix, long long n) {
     return text;
 }
 
+std::vector<std::pair<std::string, std::string>> sendersAndTexts(
+    const std::vector<ChatMessage>& messages) {
+    std::vector<std::pair<std::string, std::string>> out;
+    for (const ChatMessage& message : messages) out.emplace_back(message.sender, message.text);
+    return out;
+}
+
 std::string readFile(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     std::ostringstream content;

@@ -4,10 +4,12 @@
 
 #include <filesystem>
 #include <string_view>
+#include <utility>
 #include <string>
 #include <vector>
 
 #include "common/Uuid.h"
+#include "importer/ChatMessage.h"
 
 namespace lumenary::testing {
 
@@ -48,6 +50,10 @@ Uuid labelledId(std::string_view label);
 
 /// `prefix` followed by the decimal digits of `n` ("R12").
 std::string numbered(const char* prefix, long long n);
+
+/// Each message as its (sender, text) pair, for comparing what an import kept.
+std::vector<std::pair<std::string, std::string>> sendersAndTexts(
+    const std::vector<ChatMessage>& messages);
 
 /// The whole content of a file, or "" when it cannot be read.
 std::string readFile(const std::filesystem::path& path);

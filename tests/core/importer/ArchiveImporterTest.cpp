@@ -35,14 +35,6 @@ std::filesystem::path writeZip(const TemporaryFolder& folder, const std::string&
     return path;
 }
 
-std::vector<std::pair<std::string, std::string>> sendersAndTexts(
-    const std::vector<ChatMessage>& messages) {
-    std::vector<std::pair<std::string, std::string>> out;
-    for (const ChatMessage& message : messages)
-        out.emplace_back(message.sender, message.text);
-    return out;
-}
-
 // Everything but the random ids.
 void expectSameMessages(const std::vector<ChatMessage>& actual,
                         const std::vector<ChatMessage>& expected) {
@@ -64,7 +56,7 @@ TEST(ArchiveImporter, ReadsAZipExportWithItsVoiceNotes) {
     const auto text = ArchiveImporter::load(testData("ios-12h-nnbsp.txt"));
     ASSERT_TRUE(text);
     EXPECT_EQ(text->voiceNotes, 0);
-    EXPECT_EQ(sendersAndTexts(text->messages), sendersAndTexts(imported->messages));
+    EXPECT_EQ(testing::sendersAndTexts(text->messages), testing::sendersAndTexts(imported->messages));
 }
 
 TEST(ArchiveImporter, ChoosesTheChatFileInTheOrderOfTheZipsDirectory) {
@@ -74,7 +66,7 @@ TEST(ArchiveImporter, ChoosesTheChatFileInTheOrderOfTheZipsDirectory) {
     const auto read = [](const std::filesystem::path& zip) {
         const auto imported = ArchiveImporter::load(zip);
         EXPECT_TRUE(imported) << imported.error().description();
-        return imported ? sendersAndTexts(imported->messages)
+        return imported ? testing::sendersAndTexts(imported->messages)
                         : std::vector<std::pair<std::string, std::string>>{};
     };
     using Texts = std::vector<std::pair<std::string, std::string>>;
@@ -88,7 +80,7 @@ TEST(ArchiveImporter, ChoosesTheChatFileInTheOrderOfTheZipsDirectory) {
         {{"1-AUDIO.OPUS", "x"}, {"Chat/_CHAT.TXT", chat}, {"2-AUDIO.opus", "y"}, {"d/", ""}}));
     ASSERT_TRUE(upper);
     EXPECT_EQ(upper->voiceNotes, 2);
-    EXPECT_EQ(sendersAndTexts(upper->messages), (Texts{{"Amma", "from the chat"}}));
+    EXPECT_EQ(testing::sendersAndTexts(upper->messages), (Texts{{"Amma", "from the chat"}}));
     // A Mac's resource file comes first in its zip's directory; for now it is read like any
     // other and simply holds no messages.
     const auto mac = ArchiveImporter::load(
@@ -152,11 +144,11 @@ TEST(ArchiveImporter, ReadsTheSameExportInEveryEncoding) {
           writeZip(folder, "utf16.zip", {{"_chat.txt", utf16(true)}})}) {
         const auto imported = ArchiveImporter::load(path);
         ASSERT_TRUE(imported) << path;
-        EXPECT_EQ(sendersAndTexts(imported->messages), sendersAndTexts(expected)) << path;
+        EXPECT_EQ(testing::sendersAndTexts(imported->messages), testing::sendersAndTexts(expected)) << path;
     }
     const auto latin1 = ArchiveImporter::load(testData("latin1.txt"));
     ASSERT_TRUE(latin1);
-    EXPECT_EQ(sendersAndTexts(latin1->messages),
+    EXPECT_EQ(testing::sendersAndTexts(latin1->messages),
               (std::vector<std::pair<std::string, std::string>>{
                   {"Jos\u00E9", "Ol\u00E1 m\u00E3e, est\u00E1 tudo bem?"},
                   {"M\u00E3e", "Sim, querido. Beijos\nn\u00E3o esque\u00E7as o casaco"}}));

@@ -16,14 +16,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::Pair;
 
-std::vector<std::pair<std::string, std::string>> sendersAndTexts(
-    const std::vector<ChatMessage>& messages) {
-    std::vector<std::pair<std::string, std::string>> out;
-    for (const ChatMessage& message : messages)
-        out.emplace_back(message.sender, message.text);
-    return out;
-}
-
 CivilTime civilOf(const ChatMessage& message) {
     return LocalTime::civil(message.date);
 }
@@ -38,7 +30,7 @@ TEST(WhatsAppParser, ReadsBothLayoutsWithTheirLocalDates) {
         "12/03/21, 22:15 - Amma: Did you eat?\n"
         "12.03.21, 22:15 - Amma: hi\n"
         "12-03-2021, 22:15 - Amma: hello\n");
-    ASSERT_THAT(sendersAndTexts(messages),
+    ASSERT_THAT(testing::sendersAndTexts(messages),
                 ElementsAre(Pair("Amma", "Did you eat?"), Pair("Amma", "Did you eat?"),
                             Pair("Amma", "hi"), Pair("Amma", "hello")));
     EXPECT_EQ(civilOf(messages[0]), (CivilTime{2021, 3, 12, 22, 15, 32}));
@@ -68,7 +60,7 @@ TEST(WhatsAppParser, JoinsContinuationLinesToTheLastKeptMessage) {
 TEST(WhatsAppParser, KeepsOnlyWhatPeopleWroteInAnIphoneExport) {
     const auto messages = WhatsAppParser::parse(fixture("ios-12h-nnbsp.txt"));
     EXPECT_THAT(
-        sendersAndTexts(messages),
+        testing::sendersAndTexts(messages),
         ElementsAre(Pair("Amma", "Did you eat?"), Pair("Ravi", "Yes amma, dal and rice"),
                     Pair("Amma", "Good. Sleep early kanna\nTomorrow is a long day\nLove you"),
                     Pair("Amma", "Beautiful photo \U0001F60A"),
@@ -79,7 +71,7 @@ TEST(WhatsAppParser, KeepsOnlyWhatPeopleWroteInAnIphoneExport) {
 
 TEST(WhatsAppParser, KeepsOnlyWhatPeopleWroteInAnAndroidExport) {
     const auto messages = WhatsAppParser::parse(fixture("android-24h.txt"));
-    EXPECT_THAT(sendersAndTexts(messages),
+    EXPECT_THAT(testing::sendersAndTexts(messages),
                 ElementsAre(Pair("Amma", "Did you eat?"), Pair("Ravi", "Yes amma"),
                             Pair("Amma", "Ok. Call me tomorrow\nafter your office"),
                             Pair("Amma", "I was busy"), Pair("Amma", "Reached temple"),
@@ -154,7 +146,7 @@ TEST(WhatsAppParser, DropsNoticesOfTheAppInsteadOfJoiningThem) {
 
 TEST(WhatsAppParser, ReadsMonthFirstExportsMonthFirst) {
     const auto messages = WhatsAppParser::parse(fixture("android-month-first.txt"));
-    ASSERT_THAT(sendersAndTexts(messages),
+    ASSERT_THAT(testing::sendersAndTexts(messages),
                 ElementsAre(Pair("Amma", "Did you reach?"), Pair("Ravi", "Yes just now"),
                             Pair("Amma", "Good morning"), Pair("Amma", "Happy birthday kanna"),
                             Pair("Ravi", "Thank you amma")));
@@ -181,7 +173,7 @@ TEST(WhatsAppParser, DecidesTheDateOrderOnceForTheWholeFile) {
         "1/13/21, 10:00 - A: two\n"
         "1/14/21, 10:00 - Ravi left\n"
         "14/1/21, 10:00 - A: three\n");
-    ASSERT_THAT(sendersAndTexts(dayFirst),
+    ASSERT_THAT(testing::sendersAndTexts(dayFirst),
                 ElementsAre(Pair("A", "one"), Pair("A", "two\n1/14/21, 10:00 - Ravi left"),
                             Pair("A", "three")));
     EXPECT_EQ(civilOf(dayFirst[0]), (CivilTime{2021, 3, 2, 10, 0, 0}));
