@@ -173,10 +173,12 @@ RetrievalIndex::RetrievalIndex(const std::vector<ChatMessage>& messages, const s
     const std::size_t count = positions_.size();
 
     // First pass: the distinct token ids of every exchange, back to back, and document counts.
-    std::vector<std::uint32_t> distinct;
-    // Every entry of `distinct` becomes one posting, and postings are counted in 32 bits, so the
-    // starts fit in 32 bits too.
-    std::vector<std::uint32_t> distinctStarts(count + 1, 0);
+    // Each exchange's ids are kept sorted as gaps of seven bits a byte (most gaps take one or two
+    // bytes instead of four): this list and the postings built from it are the largest things
+    // alive at once, so its size is the index build's peak.
+    std::vector<std::uint8_t> distinct;
+    std::vector<std::size_t> distinctStarts(count + 1, 0);
+    std::size_t distinctCount = 0;
     std::vector<std::uint32_t> documentCounts;
     std::vector<std::uint32_t> tokenCounts(count, 0);
     std::vector<Damping> damping(count, Damping::none);
@@ -189,7 +191,7 @@ RetrievalIndex::RetrievalIndex(const std::vector<ChatMessage>& messages, const s
         if (position.prompt != noPrompt)
             tokenBound += messages[position.prompt].text.size() / 3 + 1;
     }
-    distinct.reserve(tokenBound);
+    distinct.reserve(tokenBound * 5);  // at most five bytes per id
     std::string joined;
     std::vector<std::uint32_t> ids;
     for (std::size_t i = 0; i < count; ++i) {
@@ -221,8 +223,18 @@ RetrievalIndex::RetrievalIndex(const std::vector<ChatMessage>& messages, const s
                 documentCounts.resize(id + 1, 0);
             ++documentCounts[id];
         }
-        distinct.insert(distinct.end(), ids.begin(), ids.end());
-        distinctStarts[i + 1] = static_cast<std::uint32_t>(distinct.size());
+        std::uint32_t previous = 0;
+        for (const std::uint32_t id : ids) {
+            std::uint32_t gap = id - previous;
+            previous = id;
+            while (gap >= 0x80) {
+                distinct.push_back(static_cast<std::uint8_t>(gap | 0x80));
+                gap >>= 7;
+            }
+            distinct.push_back(static_cast<std::uint8_t>(gap));
+        }
+        distinctCount += ids.size();
+        distinctStarts[i + 1] = distinct.size();
 
         const std::size_t words = text::spaceWordCount(reply);
         damping[i] = words < 2                 ? Damping::shortReply
@@ -289,18 +301,27 @@ RetrievalIndex::RetrievalIndex(const std::vector<ChatMessage>& messages, const s
     const std::size_t ranked = exchangeAtRank_.size();
 
     // Second pass: the posting lists, filled in rank order so each comes out ascending.
-    postings_.resize(distinct.size());
+    postings_.resize(distinctCount);
     std::vector<std::uint32_t> cursor(postingStarts_.begin(), postingStarts_.end() - 1);
     for (std::size_t rank = 0; rank < ranked; ++rank) {
         const std::uint32_t i = exchangeAtRank_[rank];
-        for (std::size_t k = distinctStarts[i]; k < distinctStarts[i + 1]; ++k) {
-            postings_[cursor[distinct[k]]++] = static_cast<std::uint32_t>(rank);
+        std::uint32_t id = 0;
+        for (std::size_t k = distinctStarts[i]; k < distinctStarts[i + 1];) {
+            std::uint32_t gap = 0;
+            for (int shift = 0;; shift += 7) {
+                const std::uint8_t byte = distinct[k++];
+                gap |= static_cast<std::uint32_t>(byte & 0x7F) << shift;
+                if (byte < 0x80)
+                    break;
+            }
+            id += gap;
+            postings_[cursor[id]++] = static_cast<std::uint32_t>(rank);
         }
     }
     // The token lists are the largest thing built here; they go before the arrays by rank are
     // filled, so the two never take room at the same time.
-    std::vector<std::uint32_t>().swap(distinct);
-    std::vector<std::uint32_t>().swap(distinctStarts);
+    std::vector<std::uint8_t>().swap(distinct);
+    std::vector<std::size_t>().swap(distinctStarts);
     std::vector<std::uint32_t>().swap(cursor);
 
     ceiling_.resize(ranked);
