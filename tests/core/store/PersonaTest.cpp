@@ -118,7 +118,6 @@ TEST(Persona, JsonRoundTripsAndOmitsAbsentOptionals) {
                                         "provider", "models", "imageModels", "readPhotoWithModel",
                                         "herWordsOnly", "endpoints"}));
     EXPECT_EQ(json["provider"], "openAI");
-    EXPECT_EQ(json["portraitStyle"], "cartoon");
     EXPECT_EQ(json["readPhotoWithModel"], false);  // a decided "no" is kept, not dropped
     EXPECT_EQ(json["stats"]["firstDate"], "2021-03-12T16:45:32Z");
     EXPECT_EQ(json["endpoints"]["openAI"], "http://127.0.0.1:8080");
@@ -143,7 +142,6 @@ TEST(Persona, JsonRoundTripsAndOmitsAbsentOptionals) {
     EXPECT_EQ(read.readPhotoWithModel, std::nullopt);
     EXPECT_EQ(read.endpoints, std::nullopt);
     EXPECT_EQ(read.models, persona.models);
-    EXPECT_EQ(read.fewShot, persona.fewShot);
 }
 
 TEST(Persona, ABadKeyFailsTheWholeDecode) {
@@ -159,11 +157,9 @@ TEST(Persona, ABadKeyFailsTheWholeDecode) {
     const std::vector<std::pair<std::string, Json>> badValues = {
         {"portraitStyle", "sketch"},
         {"provider", "OpenAI"},
-        {"onboarded", "true"},
         {"endearments", Json::array({"ok", 3})},
         {"fewShot", Json::object()},
         {"models", Json::object({{"claude", 5}})},
-        {"models", Json::array()},
         {"imageModels", "gpt-image-1"},
         {"imageModels", Json::object({{"openAI", nullptr}})},
         {"readPhotoWithModel", "yes"},
