@@ -61,6 +61,12 @@ std::vector<std::pair<std::string, std::string>> sendersAndTexts(
     return out;
 }
 
+std::vector<std::string> keys(const nlohmann::ordered_json& object) {
+    std::vector<std::string> result;
+    for (const auto& [key, value] : object.items()) result.push_back(key);
+    return result;
+}
+
 std::string readFile(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     std::ostringstream content;

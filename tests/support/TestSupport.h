@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "common/Uuid.h"
 #include "importer/ChatMessage.h"
 
@@ -54,6 +56,9 @@ std::string numbered(const char* prefix, long long n);
 /// Each message as its (sender, text) pair, for comparing what an import kept.
 std::vector<std::pair<std::string, std::string>> sendersAndTexts(
     const std::vector<ChatMessage>& messages);
+
+/// The keys of a JSON object, in their order.
+std::vector<std::string> keys(const nlohmann::ordered_json& object);
 
 /// The whole content of a file, or "" when it cannot be read.
 std::string readFile(const std::filesystem::path& path);

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "TestSupport.h"
 #include "character/CharacterPalette.h"
 
 namespace lumenary {
@@ -13,12 +14,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::vector<std::string> keys(const Json& object) {
-    std::vector<std::string> result;
-    for (const auto& [key, value] : object.items())
-        result.push_back(key);
-    return result;
-}
+using testing::keys;
 
 TEST(CharacterPalette, ColourStringsReadLeniently) {
     const ColourBytes abc{0xAA, 0xBB, 0xCC};

@@ -13,12 +13,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::vector<std::string> keys(const Json& object) {
-    std::vector<std::string> result;
-    for (const auto& [key, value] : object.items())
-        result.push_back(key);
-    return result;
-}
+using testing::keys;
 
 const std::vector<std::string> kRequiredKeys = {
     "name",    "relationship",  "endearments", "card",     "fewShot", "speaker",     "stats",
