@@ -110,6 +110,10 @@ icu::UnicodeString patternFor(LocalTime::DateStyle style, const icu::Locale& loc
     switch (style) {
         case LocalTime::DateStyle::monthAndYear:
             return icu::UnicodeString(u"MMMM yyyy");
+        case LocalTime::DateStyle::longDate:
+            return patternOf(icu::DateFormat::kLong, icu::DateFormat::kNone);
+        case LocalTime::DateStyle::abbreviatedDate:
+            return patternOf(icu::DateFormat::kMedium, icu::DateFormat::kNone);
         case LocalTime::DateStyle::longWithShortTime:
             return patternOf(icu::DateFormat::kLong, icu::DateFormat::kShort);
         case LocalTime::DateStyle::abbreviatedWithShortTime: {

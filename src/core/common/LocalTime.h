@@ -47,6 +47,8 @@ enum class DateStyle {
     abbreviatedWithShortTime,  // "Mar 12, 2021, 10:15 PM" in US English
     longWithShortTime,         // "March 12, 2021 at 10:15 PM" in US English
     monthAndYear,              // "March 2021" in US English (pattern "MMMM yyyy")
+    longDate,                  // "March 12, 2021" in US English
+    abbreviatedDate,           // "Mar 12, 2021" in US English
 };
 std::string format(Timestamp t, DateStyle style);
 

@@ -66,6 +66,8 @@ TEST(LocalTime, FormatsInTheUsersLocale) {
               "Mar 12, 2021 at 10:15\u202fPM");
     EXPECT_EQ(LocalTime::format(t, LocalTime::DateStyle::longWithShortTime),
               "March 12, 2021 at 10:15\u202fPM");
+    EXPECT_EQ(LocalTime::format(t, LocalTime::DateStyle::longDate), "March 12, 2021");
+    EXPECT_EQ(LocalTime::format(t, LocalTime::DateStyle::abbreviatedDate), "Mar 12, 2021");
 }
 
 }  // namespace
