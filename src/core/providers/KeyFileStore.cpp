@@ -34,7 +34,8 @@ void wipe(std::string& text) {
 
 void wipeKeys(Json& object) {
     for (auto& entry : object.items()) {
-        if (entry.value().is_string()) wipe(entry.value().get_ref<std::string&>());
+        if (entry.value().is_string())
+            wipe(entry.value().get_ref<std::string&>());
     }
 }
 
@@ -43,14 +44,17 @@ bool readBounded(int fd, std::string& text) {
     char buffer[4096];
     for (;;) {
         const ssize_t count = ::read(fd, buffer, sizeof buffer);
-        if (count == 0) break;
+        if (count == 0)
+            break;
         if (count < 0) {
-            if (errno == EINTR) continue;
+            if (errno == EINTR)
+                continue;
             explicit_bzero(buffer, sizeof buffer);
             return false;
         }
         text.append(buffer, static_cast<std::size_t>(count));
-        if (text.size() > kMaxFileSize) break;
+        if (text.size() > kMaxFileSize)
+            break;
     }
     explicit_bzero(buffer, sizeof buffer);
     return text.size() <= kMaxFileSize;
@@ -59,7 +63,8 @@ bool readBounded(int fd, std::string& text) {
 Contents load(const std::filesystem::path& file) {
     // O_NONBLOCK so that a FIFO put in the file's place cannot hang the open.
     const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0) return {errno == ENOENT ? State::missing : State::unreadable};
+    if (fd < 0)
+        return {errno == ENOENT ? State::missing : State::unreadable};
     Contents contents;
     struct stat info {};
     std::string text;
@@ -84,9 +89,12 @@ Contents load(const std::filesystem::path& file) {
 
 // Creates `folder` and any missing parents with mode 0700; an existing folder keeps its mode.
 bool makePrivateFolder(const std::filesystem::path& folder) {
-    if (::mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST) return true;
-    if (errno != ENOENT || folder.parent_path() == folder) return false;
-    if (!makePrivateFolder(folder.parent_path())) return false;
+    if (::mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST)
+        return true;
+    if (errno != ENOENT || folder.parent_path() == folder)
+        return false;
+    if (!makePrivateFolder(folder.parent_path()))
+        return false;
     return ::mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST;
 }
 
@@ -94,7 +102,8 @@ bool writeAll(int fd, std::string_view text) {
     while (!text.empty()) {
         const ssize_t count = ::write(fd, text.data(), text.size());
         if (count < 0) {
-            if (errno == EINTR) continue;
+            if (errno == EINTR)
+                continue;
             return false;
         }
         text.remove_prefix(static_cast<std::size_t>(count));
@@ -104,7 +113,8 @@ bool writeAll(int fd, std::string_view text) {
 
 void syncFolder(const std::filesystem::path& folder) {
     const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0) return;
+    if (fd < 0)
+        return;
     ::fsync(fd);
     ::close(fd);
 }
@@ -113,10 +123,12 @@ void syncFolder(const std::filesystem::path& folder) {
 // never readable by others, not even between creation and a chmod.
 void writeAtomically(const std::filesystem::path& file, std::string_view text) {
     const std::filesystem::path folder = file.parent_path();
-    if (!makePrivateFolder(folder)) return;
+    if (!makePrivateFolder(folder))
+        return;
     std::string temporary = file.string() + ".XXXXXX";
     const int fd = ::mkostemp(temporary.data(), O_CLOEXEC);
-    if (fd < 0) return;
+    if (fd < 0)
+        return;
     bool written = writeAll(fd, text) && ::fsync(fd) == 0;
     written = ::close(fd) == 0 && written;
     if (!written || ::rename(temporary.c_str(), file.c_str()) != 0) {
@@ -138,16 +150,17 @@ void update(const std::filesystem::path& file, std::span<const Provider> provide
     std::lock_guard lock(fileMutex());
     Contents contents = load(file);
     // A file that exists but cannot be read may hold other keys that a rewrite would drop.
-    if (contents.state == State::unreadable) return;
+    if (contents.state == State::unreadable)
+        return;
     Json& object = contents.object;
     bool changed = contents.state == State::damaged;
     for (Provider provider : providers) {
         const std::string name(rawValue(provider));
         if (key.empty()) {
             changed = object.erase(name) > 0 || changed;
-        } else if (const auto entry = object.find(name); entry == object.end() ||
-                                                         !entry->is_string() ||
-                                                         entry->get_ref<const std::string&>() != key) {
+        } else if (const auto entry = object.find(name);
+                   entry == object.end() || !entry->is_string() ||
+                   entry->get_ref<const std::string&>() != key) {
             object[name] = std::string(key);
             changed = true;
         }
@@ -182,6 +195,8 @@ void write(const std::filesystem::path& file, Provider provider, std::string_vie
     update(file, std::span<const Provider>(&provider, 1), key);
 }
 
-void removeAll(const std::filesystem::path& file) { update(file, allProviders, {}); }
+void removeAll(const std::filesystem::path& file) {
+    update(file, allProviders, {});
+}
 
 }  // namespace lumenary::KeyFileStore

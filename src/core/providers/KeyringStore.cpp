@@ -29,14 +29,17 @@ const SecretSchema& apiKeySchema() {
     return schema;
 }
 
-std::string accountOf(Provider provider) { return "api-key-" + std::string(rawValue(provider)); }
+std::string accountOf(Provider provider) {
+    return "api-key-" + std::string(rawValue(provider));
+}
 
 // Owns the GError a call may leave. Its message is dropped unread: nothing here is reported.
 class ErrorSlot {
 public:
     ErrorSlot() = default;
     ~ErrorSlot() {
-        if (error_ != nullptr) g_error_free(error_);
+        if (error_ != nullptr)
+            g_error_free(error_);
     }
     ErrorSlot(const ErrorSlot&) = delete;
     ErrorSlot& operator=(const ErrorSlot&) = delete;
@@ -55,7 +58,8 @@ bool sessionBusReachable() {
         return *address != '\0';
     }
     const char* runtimeDir = std::getenv("XDG_RUNTIME_DIR");
-    if (runtimeDir == nullptr || *runtimeDir != '/') return false;
+    if (runtimeDir == nullptr || *runtimeDir != '/')
+        return false;
     const std::string socket = std::string(runtimeDir) + "/bus";
     struct stat info {};
     return ::stat(socket.c_str(), &info) == 0 && S_ISSOCK(info.st_mode) &&
@@ -65,10 +69,12 @@ bool sessionBusReachable() {
 }  // namespace
 
 bool answers() {
-    if (!sessionBusReachable()) return false;
+    if (!sessionBusReachable())
+        return false;
     ErrorSlot failure;
     GDBusConnection* bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, failure.out());
-    if (bus == nullptr) return false;
+    if (bus == nullptr)
+        return false;
     // ReadAlias is a Secret Service method, so a reply proves a keyring rather than any program
     // owning the name; the call also starts an activatable keyring daemon.
     GVariant* reply = g_dbus_connection_call_sync(
@@ -76,7 +82,8 @@ bool answers() {
         "org.freedesktop.Secret.Service", "ReadAlias", g_variant_new("(s)", "default"),
         G_VARIANT_TYPE("(o)"), G_DBUS_CALL_FLAGS_NONE, kProbeTimeoutMs, nullptr, failure.out());
     g_object_unref(bus);
-    if (reply == nullptr) return false;
+    if (reply == nullptr)
+        return false;
     g_variant_unref(reply);
     return true;
 }
@@ -87,7 +94,8 @@ std::optional<std::string> read(Provider provider) {
     SecretValue* value =
         secret_password_lookup_binary_sync(&apiKeySchema(), nullptr, failure.out(), "service",
                                            kService, "account", account.c_str(), nullptr);
-    if (value == nullptr) return std::nullopt;
+    if (value == nullptr)
+        return std::nullopt;
     // Read as bytes and validated here: the text lookup passes any bytes labelled "text/plain",
     // invalid UTF-8 included, and stops at an embedded zero byte.
     gsize length = 0;
@@ -103,11 +111,12 @@ std::optional<std::string> read(Provider provider) {
 void store(Provider provider, std::string_view key) {
     const std::string account = accountOf(provider);
     const std::string label = "Lumenary API key (" + std::string(displayName(provider)) + ")";
-    SecretValue* value = secret_value_new(key.data(), static_cast<gssize>(key.size()), "text/plain");
+    SecretValue* value =
+        secret_value_new(key.data(), static_cast<gssize>(key.size()), "text/plain");
     ErrorSlot failure;
     secret_password_store_binary_sync(&apiKeySchema(), SECRET_COLLECTION_DEFAULT, label.c_str(),
-                                      value, nullptr, failure.out(), "service", kService,
-                                      "account", account.c_str(), nullptr);
+                                      value, nullptr, failure.out(), "service", kService, "account",
+                                      account.c_str(), nullptr);
     secret_value_unref(value);
 }
 

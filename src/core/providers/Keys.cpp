@@ -8,7 +8,8 @@
 namespace lumenary::Keys {
 
 std::optional<std::string> get(Provider provider) {
-    if (backend() == Backend::secretService) return KeyringStore::read(provider);
+    if (backend() == Backend::secretService)
+        return KeyringStore::read(provider);
     return KeyFileStore::read(keyFile(), provider);
 }
 
@@ -18,7 +19,8 @@ void set(std::string_view key, Provider provider) {
         // Delete first, in every collection: storing replaces a matching item only inside the
         // default collection, and a copy elsewhere would outlive the new key.
         KeyringStore::remove(provider);
-        if (!trimmed.empty()) KeyringStore::store(provider, trimmed);
+        if (!trimmed.empty())
+            KeyringStore::store(provider, trimmed);
         return;
     }
     // One rewrite of the file, so a failed write keeps the old key rather than none.
@@ -27,7 +29,8 @@ void set(std::string_view key, Provider provider) {
 
 void removeAll() {
     if (backend() == Backend::secretService) {
-        for (Provider provider : allProviders) KeyringStore::remove(provider);
+        for (Provider provider : allProviders)
+            KeyringStore::remove(provider);
         return;
     }
     KeyFileStore::removeAll(keyFile());
@@ -35,18 +38,20 @@ void removeAll() {
 
 std::optional<Provider> anyConfigured() {
     for (Provider provider : allProviders) {
-        if (get(provider)) return provider;
+        if (get(provider))
+            return provider;
     }
     return std::nullopt;
 }
 
 Backend backend() {
     // A function-local static: the first caller probes, concurrent first callers wait for it.
-    static const Backend chosen =
-        KeyringStore::answers() ? Backend::secretService : Backend::file;
+    static const Backend chosen = KeyringStore::answers() ? Backend::secretService : Backend::file;
     return chosen;
 }
 
-std::filesystem::path keyFile() { return XdgPaths::configHome() / "Lumenary" / "keys.json"; }
+std::filesystem::path keyFile() {
+    return XdgPaths::configHome() / "Lumenary" / "keys.json";
+}
 
 }  // namespace lumenary::Keys
