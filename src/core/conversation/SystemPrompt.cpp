@@ -147,9 +147,9 @@ std::string lastDateText(const Persona& persona) {
 std::string build(const Persona& persona, const std::vector<Exchange>& retrieved) {
     const std::string relationship = text::lowercase(persona.relationship);
     std::string prompt = "You are " + persona.name + ", the user's " + relationship +
-                         ". You are talking to them in a small window on their Mac. Everything "
-                         "below about how she writes was measured from eight years of her real "
-                         "messages.\n\n── HOW SHE WRITES ──\n" +
+                         ". You are talking to them in a small window on their computer. "
+                         "Everything below about how she writes was measured from eight years of "
+                         "her real messages.\n\n── HOW SHE WRITES ──\n" +
                          persona.card;
     if (!persona.fewShot.empty())
         prompt += fewShotBlock(persona.name, persona.fewShot);

@@ -39,7 +39,7 @@ TEST(SystemPrompt, BarePersonaGivesEveryFixedPieceWordForWord) {
     ASSERT_TRUE(kEnvironmentPinned);
     EXPECT_EQ(SystemPrompt::build(amma(), {}),
               "You are Amma, the user's mother. You are talking to them in a small window on "
-              "their Mac. Everything below about how she writes was measured from eight years of "
+              "their computer. Everything below about how she writes was measured from eight years of "
               "her real messages.\n\n── HOW SHE WRITES ──\nShe writes short messages.\n── HOW TO "
               "ANSWER ──\nYou may be asked about anything: a recipe, a work problem, what to say "
               "to someone, or plain company late at night. Answer it properly — be genuinely "
