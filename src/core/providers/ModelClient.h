@@ -3,6 +3,7 @@
 // worth retrying. Every call blocks until it has an answer or an error: run it off the GUI thread.
 // Calls share no mutable state, so several may run at once.
 
+#include <cstddef>
 #include <functional>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -40,9 +41,14 @@ struct ModelError {
 
 namespace ModelClient {
 
+/// A response body larger than this is not read to its end: no provider's reply comes near it,
+/// and a misbehaving server must not be able to fill the memory.
+inline constexpr std::size_t maxResponseBytes = 32u << 20;
+
 struct HttpResponse {
     int status = 0;
     std::string body;
+    bool bodyTooLarge = false;  // the body passed maxResponseBytes and was dropped: no usable reply
 };
 
 /// Performs one HTTP exchange.
@@ -52,7 +58,9 @@ using Sleeper = std::function<void(double seconds)>;
 /// The stored key of a provider, if any.
 using KeyLookup = std::function<std::optional<std::string>(Provider)>;
 
-/// The HTTPS transport: libcurl, TLS verification on, the request's time-out.
+/// The HTTPS transport: libcurl, TLS verification on, the request's time-out, http and https only,
+/// redirects not followed. Any status is a response; only a failure to get one is an error. Never
+/// throws; safe to call from several threads at once.
 Expected<HttpResponse, TransportError> perform(const HttpRequest& request);
 
 /// What a call needs from the world; the defaults are the real keyring, clock and network.
