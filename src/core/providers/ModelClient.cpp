@@ -134,8 +134,7 @@ Expected<std::string, ModelError> ask(const HttpRequest& request, ReplyReader re
 }
 
 // Whether `result` failed with a provider error that `rule` answers with a second attempt.
-bool failedSo(const Expected<std::string, ModelError>& result,
-              bool (*rule)(const ProviderError&)) {
+bool failedSo(const Expected<std::string, ModelError>& result, bool (*rule)(const ProviderError&)) {
     if (result)
         return false;
     const auto* error = std::get_if<ProviderError>(&result.error().cause);
@@ -187,7 +186,8 @@ Expected<HttpResponse, TransportError> perform(const HttpRequest& request) {
     // time-out during name resolution could take the whole process down.
     curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
     // Zero would mean "no time-out" to curl; a request always gets at least a second.
-    curl_easy_setopt(handle, CURLOPT_TIMEOUT, static_cast<long>(std::max(1, request.timeoutSeconds)));
+    curl_easy_setopt(handle, CURLOPT_TIMEOUT,
+                     static_cast<long>(std::max(1, request.timeoutSeconds)));
     curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers.get());
     if (request.method == "GET") {
         curl_easy_setopt(handle, CURLOPT_HTTPGET, 1L);
@@ -201,8 +201,7 @@ Expected<HttpResponse, TransportError> perform(const HttpRequest& request) {
     curl_easy_setopt(handle, CURLOPT_ACCEPT_ENCODING, "");  // whatever curl can decode
     // A body announced as too large is refused before any of it arrives; one that is not
     // announced is stopped by `receive` once it passes the limit.
-    curl_easy_setopt(handle, CURLOPT_MAXFILESIZE_LARGE,
-                     static_cast<curl_off_t>(maxResponseBytes));
+    curl_easy_setopt(handle, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(maxResponseBytes));
     curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, receive);
     curl_easy_setopt(handle, CURLOPT_WRITEDATA, &received);
 
@@ -247,19 +246,21 @@ Expected<std::string, ModelError> complete(Provider provider, std::string_view m
                                            std::string_view system,
                                            const std::vector<ChatTurn>& turns,
                                            const Options& options) {
-    const std::optional<std::string> key = options.key ? options.key(provider) : Keys::get(provider);
+    const std::optional<std::string> key =
+        options.key ? options.key(provider) : Keys::get(provider);
     if (!key || key->empty())
         return unexpected(fromProvider(ProviderError::noKey(provider)));
 
     switch (provider) {
         case Provider::claude: {
-            auto reply = ask(
-                WireFormat::claudeRequest(*key, model, system, turns, true, options.baseUrl),
-                WireFormat::claudeReply, options);
+            auto reply =
+                ask(WireFormat::claudeRequest(*key, model, system, turns, true, options.baseUrl),
+                    WireFormat::claudeReply, options);
             if (!failedSo(reply, WireFormat::retryWithoutFallbacks))
                 return reply;
-            return ask(WireFormat::claudeRequest(*key, model, system, turns, false, options.baseUrl),
-                       WireFormat::claudeReply, options);
+            return ask(
+                WireFormat::claudeRequest(*key, model, system, turns, false, options.baseUrl),
+                WireFormat::claudeReply, options);
         }
         case Provider::openAI:
             return ask(WireFormat::openAIRequest(*key, model, system, turns, options.baseUrl),
