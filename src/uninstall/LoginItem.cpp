@@ -17,14 +17,17 @@ namespace {
 std::string execValue(const std::string& program) {
     std::string quoted = "\"";
     for (char c : program) {
-        if (c == '"' || c == '`' || c == '$' || c == '\\') quoted += '\\';
-        if (c == '%') quoted += '%';
+        if (c == '"' || c == '`' || c == '$' || c == '\\')
+            quoted += '\\';
+        if (c == '%')
+            quoted += '%';
         quoted += c;
     }
     quoted += '"';
     std::string escaped;
     for (char c : quoted) {
-        if (c == '\\') escaped += '\\';
+        if (c == '\\')
+            escaped += '\\';
         escaped += c;
     }
     return escaped;
@@ -45,13 +48,18 @@ bool hidden(const std::filesystem::path& entry) {
             inMainGroup = line == "[Desktop Entry]";
         } else if (inMainGroup && line.starts_with("Hidden")) {
             const auto equals = line.find('=');
-            if (equals == std::string::npos) continue;
+            if (equals == std::string::npos)
+                continue;
             std::string value = line.substr(equals + 1);
-            while (!value.empty() && (value.back() == ' ' || value.back() == '\r')) value.pop_back();
-            while (!value.empty() && value.front() == ' ') value.erase(0, 1);
+            while (!value.empty() && (value.back() == ' ' || value.back() == '\r'))
+                value.pop_back();
+            while (!value.empty() && value.front() == ' ')
+                value.erase(0, 1);
             std::string key = line.substr(0, equals);
-            while (!key.empty() && key.back() == ' ') key.pop_back();
-            if (key == "Hidden") return value == "true";
+            while (!key.empty() && key.back() == ' ')
+                key.pop_back();
+            if (key == "Hidden")
+                return value == "true";
         }
     }
     return false;
@@ -66,7 +74,8 @@ std::filesystem::path entryPath() {
 Status status() {
     const std::filesystem::path entry = entryPath();
     std::error_code error;
-    if (!std::filesystem::is_regular_file(entry, error)) return Status::notRegistered;
+    if (!std::filesystem::is_regular_file(entry, error))
+        return Status::notRegistered;
     return hidden(entry) ? Status::notRegistered : Status::enabled;
 }
 
@@ -87,11 +96,13 @@ std::optional<std::string> set(bool on) {
     std::error_code error;
     if (!on) {
         std::filesystem::remove(entry, error);
-        if (error) return error.message();
+        if (error)
+            return error.message();
         return std::nullopt;
     }
     std::filesystem::create_directories(entry.parent_path(), error);
-    if (error) return error.message();
+    if (error)
+        return error.message();
     const std::filesystem::path temporary = entry.string() + ".new";
     {
         std::ofstream out(temporary, std::ios::binary | std::ios::trunc);

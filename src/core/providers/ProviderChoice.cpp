@@ -4,13 +4,15 @@ namespace lumenary {
 
 std::optional<Provider> firstConfigured(const KeyLookup& key) {
     for (Provider provider : allProviders) {
-        if (key(provider)) return provider;
+        if (key(provider))
+            return provider;
     }
     return std::nullopt;
 }
 
 Provider providerToCall(Provider chosen, const KeyLookup& key) {
-    if (key(chosen)) return chosen;
+    if (key(chosen))
+        return chosen;
     return firstConfigured(key).value_or(chosen);
 }
 
