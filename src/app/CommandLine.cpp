@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <ostream>
 
+#include "ModelModes.h"
 #include "SelfTest.h"
 
 namespace lumenary::CommandLine {
@@ -11,21 +12,17 @@ namespace {
 std::string joinFrom(const std::vector<std::string>& args, std::size_t first) {
     std::string joined;
     for (std::size_t i = first; i < args.size(); ++i) {
-        if (i > first) joined += ' ';
+        if (i > first)
+            joined += ' ';
         joined += args[i];
     }
     return joined;
 }
 
-// The model modes, the login item and the desktop come with later work. Until then they say so
-// plainly instead of pretending to run.
-int notInThisBuild(const std::string& what, std::ostream& err) {
-    err << "lumenary: " << what << " is not in this build yet.\n";
-    return 1;
-}
-
+// The desktop comes with later work. Until then it says so plainly instead of pretending to run.
 int startApplication(std::ostream& err) {
-    return notInThisBuild("the desktop application", err);
+    err << "lumenary: the desktop application is not in this build yet.\n";
+    return 1;
 }
 
 }  // namespace
@@ -39,19 +36,23 @@ SelfTestArguments selfTestArguments(const std::vector<std::string>& args) {
         parsed.speakerHint = remaining[1];
         remaining.erase(remaining.begin(), remaining.begin() + 2);
     }
-    if (!remaining.empty()) parsed.query = joinFrom(remaining, 0);
+    if (!remaining.empty())
+        parsed.query = joinFrom(remaining, 0);
     return parsed;
 }
 
 std::optional<DemoArguments> demoArguments(const std::vector<std::string>& args) {
     const auto demo = std::find(args.begin(), args.end(), "--demo");
-    if (demo == args.end()) return std::nullopt;
+    if (demo == args.end())
+        return std::nullopt;
     DemoArguments parsed{"docs/sample-chat.txt", std::nullopt};
     const auto path = std::find_if(demo + 1, args.end(),
                                    [](const std::string& arg) { return !arg.starts_with("--"); });
-    if (path != args.end()) parsed.exportPath = *path;
+    if (path != args.end())
+        parsed.exportPath = *path;
     const auto as = std::find(args.begin(), args.end(), "--as");
-    if (as != args.end() && as + 1 != args.end()) parsed.preferredName = *(as + 1);
+    if (as != args.end() && as + 1 != args.end())
+        parsed.preferredName = *(as + 1);
     return parsed;
 }
 
@@ -67,15 +68,20 @@ int run(const std::vector<std::string>& args, std::ostream& out, std::ostream& e
             const SelfTestArguments selfTest = selfTestArguments(args);
             return SelfTest::run(selfTest.path, selfTest.speakerHint, selfTest.query, out);
         }
-        if (first == "--ping") return notInThisBuild("--ping", err);
-        if (first == "--ask" && n != 2) return notInThisBuild("--ask", err);
-        if (first == "--unregister-login-item") {
-            return notInThisBuild("--unregister-login-item", err);
-        }
+        if (first == "--ping")
+            return ModelModes::ping(n == 2 ? "ping" : joinFrom(args, 2), out);
+        if (first == "--ask" && n != 2)
+            return ModelModes::ask(joinFrom(args, 2), out);
+        if (first == "--unregister-login-item")
+            return ModelModes::unregisterLoginItem(err);
         // The design-preview switches arrive with the desktop; until then they start the
         // application like any other unknown argument.
     }
-    if (demoArguments(args)) return notInThisBuild("--demo", err);
+    if (const auto demo = demoArguments(args)) {
+        if (ModelModes::seedDemo(demo->exportPath, demo->preferredName, out, err) != 0)
+            return 1;
+        out.flush();
+    }
     return startApplication(err);
 }
 
