@@ -3,6 +3,7 @@
 #include "common/XdgPaths.h"
 #include "providers/KeyFileStore.h"
 #include "providers/KeyringStore.h"
+#include "providers/ProviderChoice.h"
 #include "text/TextRules.h"
 
 namespace lumenary::Keys {
@@ -36,13 +37,7 @@ void removeAll() {
     KeyFileStore::removeAll(keyFile());
 }
 
-std::optional<Provider> anyConfigured() {
-    for (Provider provider : allProviders) {
-        if (get(provider))
-            return provider;
-    }
-    return std::nullopt;
-}
+std::optional<Provider> anyConfigured() { return firstConfigured(get); }
 
 Backend backend() {
     // A function-local static: the first caller probes, concurrent first callers wait for it.

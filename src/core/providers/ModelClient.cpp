@@ -88,6 +88,7 @@ TransportError::Kind kindOf(CURLcode code) {
         case CURLE_RECV_ERROR:
         case CURLE_GOT_NOTHING:
         case CURLE_PARTIAL_FILE:
+        case CURLE_HTTP2_STREAM:  // the HTTP/2 form of a connection dropped mid-answer
             return TransportError::Kind::connectionLost;
         default:
             return TransportError::Kind::other;
