@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <ostream>
 
+#include "Application.h"
 #include "ModelModes.h"
 #include "SelfTest.h"
 
@@ -19,10 +20,8 @@ std::string joinFrom(const std::vector<std::string>& args, std::size_t first) {
     return joined;
 }
 
-// The desktop comes with later work. Until then it says so plainly instead of pretending to run.
-int startApplication(std::ostream& err) {
-    err << "lumenary: the desktop application is not in this build yet.\n";
-    return 1;
+int startApplication(const std::vector<std::string>& args, std::ostream& err) {
+    return Application::run(args, err);
 }
 
 }  // namespace
@@ -74,15 +73,23 @@ int run(const std::vector<std::string>& args, std::ostream& out, std::ostream& e
             return ModelModes::ask(joinFrom(args, 2), out);
         if (first == "--unregister-login-item")
             return ModelModes::unregisterLoginItem(err);
-        // The design-preview switches arrive with the desktop; until then they start the
-        // application like any other unknown argument.
+        if (n >= 3) {
+            if (first == "--screens")
+                return Preview::screens(args[2], err);
+            if (first == "--variants")
+                return Preview::variants(args[2], err);
+            if (first == "--render")
+                return Preview::render(args[2], err);
+        }
+        // "--traits", "--portrait" and "--hero" are not drawn by this build; like any other
+        // argument they start the application.
     }
     if (const auto demo = demoArguments(args)) {
         if (ModelModes::seedDemo(demo->exportPath, demo->preferredName, out, err) != 0)
             return 1;
         out.flush();
     }
-    return startApplication(err);
+    return startApplication(args, err);
 }
 
 }  // namespace lumenary::CommandLine
