@@ -57,16 +57,6 @@ std::string onOneLine(std::string_view s) {
     return out;
 }
 
-std::string joined(const std::vector<std::string>& items, std::string_view separator) {
-    std::string out;
-    for (std::size_t i = 0; i < items.size(); ++i) {
-        if (i > 0)
-            out += separator;
-        out += items[i];
-    }
-    return out;
-}
-
 std::string fewShotBlock(const std::string& name, const std::vector<Exchange>& bank) {
     std::string block =
         "\n\n── HOW SHE ACTUALLY REPLIES ──\n"
@@ -155,8 +145,8 @@ std::string build(const Persona& persona, const std::vector<Exchange>& retrieved
         prompt += fewShotBlock(persona.name, persona.fewShot);
     prompt += answeringRules(relationship, persona.stats);
     if (!persona.endearments.empty())
-        prompt +=
-            "\n• Use " + joined(persona.endearments, " or ") + " sometimes, not in every reply.";
+        prompt += "\n• Use " + text::join(persona.endearments, " or ") +
+                  " sometimes, not in every reply.";
     prompt += prohibitions(lastDateText(persona));
     if (!retrieved.empty())
         prompt += retrievedBlock(persona.name, retrieved);

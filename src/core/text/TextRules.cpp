@@ -512,4 +512,14 @@ std::string_view trimWhitespace(std::string_view s) {
 }
 
 }  // namespace general
+std::string join(const std::vector<std::string>& items, std::string_view separator) {
+    std::string out;
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        if (i > 0)
+            out += separator;
+        out += items[i];
+    }
+    return out;
+}
+
 }  // namespace lumenary::text

@@ -48,6 +48,9 @@ std::string_view trimSpacesAndTabs(std::string_view s);
 /// `s` without Unicode white space and newlines at either end.
 std::string_view trimWhitespace(std::string_view s);
 
+/// `items` with `separator` between each two.
+std::string join(const std::vector<std::string>& items, std::string_view separator);
+
 /// An emoji code point has the Unicode property Emoji and a value of at least U+238D (so digits,
 /// "#" and "©" are not emoji).
 bool isEmojiCodePoint(char32_t c);
@@ -63,7 +66,8 @@ std::vector<char32_t> codePoints(std::string_view s);
 inline char32_t codePointAt(std::string_view s, std::size_t i, std::size_t& next) {
     const auto lead = static_cast<unsigned char>(s[i]);
     next = i + 1;
-    if (lead < 0x80) return lead;
+    if (lead < 0x80)
+        return lead;
     UChar32 c = 0;
     next = i;
     U8_NEXT_OR_FFFD(s.data(), next, s.size(), c);

@@ -38,16 +38,6 @@ std::vector<std::string> quoted(std::vector<std::string> items) {
     return items;
 }
 
-std::string joined(const std::vector<std::string>& items, const std::string& separator) {
-    std::string out;
-    for (std::size_t i = 0; i < items.size(); ++i) {
-        if (i > 0)
-            out += separator;
-        out += items[i];
-    }
-    return out;
-}
-
 // Half away from zero, as a reader rounds 12.5 to 13. A damaged stored record may hold any
 // number; it is held to a range where the card's arithmetic cannot overflow.
 long long rounded(double value) {
@@ -136,7 +126,8 @@ std::string card(const std::string& name, const std::string& relationship,
                              "It appears often but not in every message.");
     }
     if (!stats.topEmoji.empty()) {
-        paragraphs.push_back("Her emoji are " + joined(firstOf(stats.topEmoji, kEmojiShown), " ") +
+        paragraphs.push_back("Her emoji are " +
+                             text::join(firstOf(stats.topEmoji, kEmojiShown), " ") +
                              ", in roughly " + percent(stats.emojiRate) +
                              " messages in a hundred. Use only these, and no others.");
     }
@@ -158,20 +149,20 @@ std::string card(const std::string& name, const std::string& relationship,
                              list(quoted(firstOf(stats.commonClosings, kClosingsShown))) + ".");
     }
     if (!stats.signaturePhrases.empty()) {
-        paragraphs.push_back("Phrases she uses again and again: " +
-                             joined(quoted(firstOf(stats.signaturePhrases, kPhrasesShown)), ", ") +
-                             ".");
+        paragraphs.push_back(
+            "Phrases she uses again and again: " +
+            text::join(quoted(firstOf(stats.signaturePhrases, kPhrasesShown)), ", ") + ".");
     }
     if (!stats.topics.empty()) {
         paragraphs.push_back("What she actually talks about, far more than you do: " +
-                             joined(firstOf(stats.topics, kTopicsShown), ", ") + ".");
+                             text::join(firstOf(stats.topics, kTopicsShown), ", ") + ".");
     }
     if (!stats.peopleNamed.empty()) {
         paragraphs.push_back("People she mentions: " + list(stats.peopleNamed) + ". " +
                              "You may refer to them, but never invent anything about them.");
     }
     paragraphs.push_back(rhythmParagraph(stats));
-    return joined(paragraphs, "\n\n");
+    return text::join(paragraphs, "\n\n");
 }
 
 }  // namespace lumenary::PersonaBuilder
