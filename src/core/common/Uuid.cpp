@@ -1,9 +1,11 @@
 #include "common/Uuid.h"
 
+#include <array>
+
 namespace lumenary {
 namespace {
 
-int hexValue(char c) {
+constexpr int hexValue(char c) {
     if (c >= '0' && c <= '9') return c - '0';
     if (c >= 'a' && c <= 'f') return c - 'a' + 10;
     if (c >= 'A' && c <= 'F') return c - 'A' + 10;
@@ -41,21 +43,32 @@ Uuid Uuid::random() {
 }
 
 std::optional<Uuid> Uuid::parse(std::string_view text) {
-    if (text.size() != 36) return std::nullopt;
-    Uuid id;
-    int nibbles = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (i == 8 || i == 13 || i == 18 || i == 23) {
-            if (text[i] != '-') return std::nullopt;
-            continue;
-        }
-        const int value = hexValue(text[i]);
-        if (value < 0) return std::nullopt;
-        std::uint64_t& half = nibbles < 16 ? id.high : id.low;
-        half = half << 4 | static_cast<std::uint64_t>(value);
-        ++nibbles;
+    if (text.size() != 36 || text[8] != '-' || text[13] != '-' || text[18] != '-' ||
+        text[23] != '-') {
+        return std::nullopt;
     }
-    return id;
+    // A fixed walk over the 32 digit positions with one table look-up each: a million-message
+    // archive reads a million ids at every start, and a branch per character cost a tenth of it.
+    static constexpr std::array<std::uint8_t, 32> kDigitAt = {
+        0,  1,  2,  3,  4,  5,  6,  7,  9,  10, 11, 12, 14, 15, 16, 17,
+        19, 20, 21, 22, 24, 25, 26, 27, 28, 29, 30, 31, 32, 33, 34, 35};
+    static constexpr std::array<std::int8_t, 256> kValue = [] {
+        std::array<std::int8_t, 256> values{};
+        for (int c = 0; c < 256; ++c)
+            values[static_cast<std::size_t>(c)] =
+                static_cast<std::int8_t>(hexValue(static_cast<char>(c)));
+        return values;
+    }();
+    std::uint64_t halves[2] = {0, 0};
+    int invalid = 0;
+    for (std::size_t i = 0; i < kDigitAt.size(); ++i) {
+        const int value = kValue[static_cast<unsigned char>(text[kDigitAt[i]])];
+        invalid |= value;  // -1 sets every bit
+        halves[i / 16] = halves[i / 16] << 4 | static_cast<std::uint64_t>(value & 0xF);
+    }
+    if (invalid < 0)
+        return std::nullopt;
+    return Uuid{halves[0], halves[1]};
 }
 
 std::string Uuid::text() const {

@@ -4,8 +4,8 @@
 
 #include <chrono>
 #include <new>
-#include <nlohmann/json.hpp>
 
+#include "store/JsonText.h"
 #include "store/StoredFile.h"
 
 namespace lumenary::ArchiveJson {
@@ -17,59 +17,6 @@ namespace ondemand = simdjson::ondemand;
 // stay in the cache.
 constexpr std::size_t kPieceSize = 64 * 1024;
 
-// Appends `text` as a JSON string the way nlohmann's dump writes it without ensure_ascii: only
-// the quote, the backslash and control characters escaped, control characters without a short
-// form as lower-case \u00xx.
-void appendQuoted(std::string& out, std::string_view text) {
-    if (!simdjson::validate_utf8(text.data(), text.size())) {
-        // Rare: leave the replacement of broken sequences to the library the rest of the store
-        // codes with, so every file says the same about the same bytes.
-        out += nlohmann::ordered_json(std::string(text))
-                   .dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
-        return;
-    }
-    out += '"';
-    std::size_t start = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto c = static_cast<unsigned char>(text[i]);
-        if (c >= 0x20 && c != '"' && c != '\\')
-            continue;
-        out.append(text, start, i - start);
-        start = i + 1;
-        switch (c) {
-            case '"':
-                out += "\\\"";
-                break;
-            case '\\':
-                out += "\\\\";
-                break;
-            case '\b':
-                out += "\\b";
-                break;
-            case '\f':
-                out += "\\f";
-                break;
-            case '\n':
-                out += "\\n";
-                break;
-            case '\r':
-                out += "\\r";
-                break;
-            case '\t':
-                out += "\\t";
-                break;
-            default: {
-                static constexpr char kHex[] = "0123456789abcdef";
-                out += "\\u00";
-                out += kHex[c >> 4];
-                out += kHex[c & 0xF];
-            }
-        }
-    }
-    out.append(text, start, text.size() - start);
-    out += '"';
-}
-
 int twoDigits(const char* at) {
     return (at[0] - '0') * 10 + (at[1] - '0');
 }
@@ -80,6 +27,39 @@ bool allDigits(std::string_view text, std::size_t from, std::size_t count) {
             return false;
     }
     return true;
+}
+
+// Most strings of an archive hold no escape: they are read where they stand in the file, and only
+// the others are unescaped by simdjson, into its own buffer. That buffer would otherwise grow to
+// the size of every string in the file, more than a third of the reading's peak memory.
+bool needsUnescaping(std::string_view content) {
+    // Control characters need not be looked for: simdjson's first pass rejects a file with any
+    // inside a string.
+    return content.find('\\') != std::string_view::npos;
+}
+
+std::string_view keyOf(ondemand::field& field) {
+    const char* const start = field.key().raw();
+    const char* end = start;
+    while (*end != '"') {
+        if (*end == '\\')
+            return field.unescaped_key();
+        ++end;
+    }
+    return {start, static_cast<std::size_t>(end - start)};
+}
+
+// The text of a string value; throws simdjson_error for any other kind of value.
+std::string_view textOf(ondemand::value& value) {
+    // The token runs from the opening quote to the next token, spaces included.
+    const std::string_view token = value.raw_json_token();
+    const std::size_t close = token.find_last_of('"');
+    if (token.empty() || token.front() != '"' || close == 0 || close == std::string_view::npos)
+        return std::string_view(value);
+    const std::string_view content = token.substr(1, close - 1);
+    if (needsUnescaping(content))
+        return std::string_view(value);
+    return content;
 }
 
 std::optional<std::vector<ChatMessage>> decodePadded(simdjson::padded_string_view json) {
@@ -96,22 +76,21 @@ std::optional<std::vector<ChatMessage>> decodePadded(simdjson::padded_string_vie
             ChatMessage message;
             unsigned seen = 0;
             for (ondemand::field field : object) {
-                const std::string_view key = field.unescaped_key();
+                const std::string_view key = keyOf(field);
                 if (key == "id") {
-                    const std::optional<Uuid> id = Uuid::parse(std::string_view(field.value()));
+                    const std::optional<Uuid> id = Uuid::parse(textOf(field.value()));
                     if (!id)
                         return std::nullopt;
                     message.id = *id;
                     seen |= 1;
                 } else if (key == "sender") {
-                    message.sender = std::string_view(field.value());
+                    message.sender = textOf(field.value());
                     seen |= 2;
                 } else if (key == "text") {
-                    message.text = std::string_view(field.value());
+                    message.text = textOf(field.value());
                     seen |= 4;
                 } else if (key == "date") {
-                    const std::optional<Timestamp> date =
-                        readIsoUtc(std::string_view(field.value()));
+                    const std::optional<Timestamp> date = readIsoUtc(textOf(field.value()));
                     if (!date)
                         return std::nullopt;
                     message.date = *date;
@@ -168,9 +147,9 @@ void encode(const std::vector<ChatMessage>& messages,
         piece += "  {\n    \"id\": \"";
         piece += message.id.text();
         piece += "\",\n    \"sender\": ";
-        appendQuoted(piece, message.sender);
+        JsonText::appendString(piece, message.sender);
         piece += ",\n    \"text\": ";
-        appendQuoted(piece, message.text);
+        JsonText::appendString(piece, message.text);
         piece += ",\n    \"date\": \"";
         piece += LocalTime::isoUtc(message.date);
         piece += i + 1 < messages.size() ? "\"\n  },\n" : "\"\n  }\n]";

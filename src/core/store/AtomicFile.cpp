@@ -52,16 +52,19 @@ std::filesystem::path folderOf(const std::filesystem::path& file) {
 }  // namespace
 
 AtomicFile::AtomicFile(std::filesystem::path target) : target_(std::move(target)) {
-    const std::string pattern =
-        (folderOf(target_) / ("." + target_.filename().string() + ".XXXXXX")).string();
-    std::vector<char> name(pattern.begin(), pattern.end());
-    name.push_back('\0');
-    descriptor_ = ::mkostemp(name.data(), O_CLOEXEC);
+    // Built with += because GCC 12 at -O3 warns falsely about "literal" + std::string.
+    std::string name = ".";
+    name += target_.filename().string();
+    name += ".XXXXXX";
+    const std::string pattern = (folderOf(target_) / name).string();
+    std::vector<char> writable(pattern.begin(), pattern.end());
+    writable.push_back('\0');
+    descriptor_ = ::mkostemp(writable.data(), O_CLOEXEC);
     if (descriptor_ < 0) {
         error_ = lastError();
         return;
     }
-    temporary_ = name.data();
+    temporary_ = writable.data();
 }
 
 AtomicFile::~AtomicFile() {

@@ -10,6 +10,7 @@
 #include "store/ArchiveJson.h"
 #include "store/AtomicFile.h"
 #include "store/Store.h"
+#include "store/TranscriptJson.h"
 
 namespace lumenary {
 namespace {
@@ -24,13 +25,6 @@ std::string dumped(const Json& json) {
 
 std::string encodedPersona(const Persona& persona) {
     return dumped(Json(persona));
-}
-
-std::string encodedTranscript(const std::vector<Store::Turn>& transcript) {
-    Json json = Json::array();
-    for (const Store::Turn& turn : transcript)
-        json.push_back(turn);
-    return dumped(json);
 }
 
 // Parses `text` and decodes it as T. Nothing when the text is not JSON or not a T; running out
@@ -131,7 +125,7 @@ void Store::loadTranscript() {
         !std::equal(read->begin(), read->end(), reclassified.begin(),
                     [](const Turn& a, const Turn& b) { return a.speaker == b.speaker; });
     transcript_ = std::move(reclassified);
-    onDisk(File::transcript) = OnDisk{encodedTranscript(*read), {}, false};
+    onDisk(File::transcript) = OnDisk{TranscriptJson::encode(*read), {}, false};
     notify(Change::transcript);
     if (moved)
         writeTranscript();
@@ -165,7 +159,7 @@ void Store::noteAbsent(File file) {
             onDisk(file) = OnDisk{{}, 0, false};
             return;
         case File::transcript:
-            onDisk(file) = OnDisk{encodedTranscript({}), {}, false};
+            onDisk(file) = OnDisk{TranscriptJson::encode({}), {}, false};
             return;
     }
 }
@@ -176,8 +170,11 @@ bool Store::setAside(File file) {
     // Two damaged loads within one second must not overwrite the first copy.
     for (int attempt = 1; attempt <= 1000; ++attempt) {
         std::string name = stem;
-        if (attempt > 1)
-            name += "-" + std::to_string(attempt);
+        if (attempt > 1) {
+            // Appended in two steps: GCC 12 at -O3 warns falsely about "literal" + std::string.
+            name += '-';
+            name += std::to_string(attempt);
+        }
         name += damaged.extension().string();
         const std::error_code error = renameWithoutReplacing(damaged, folder_ / name);
         if (!error)
@@ -224,7 +221,7 @@ bool Store::writeMessages() {
 
 bool Store::writeTranscript() {
     OnDisk& disk = onDisk(File::transcript);
-    std::string text = encodedTranscript(transcript_);
+    std::string text = TranscriptJson::encode(transcript_);
     if (disk.text == text)
         return true;
     if (disk.untouchable || writeFileAtomically(pathOf(File::transcript), text))

@@ -5,7 +5,9 @@
 #include <array>
 
 #include "common/JsonFields.h"
+#include "store/JsonText.h"
 #include "store/Store.h"
+#include "store/TranscriptJson.h"
 
 namespace lumenary {
 namespace {
@@ -98,6 +100,28 @@ void from_json(const Json& json, Store::Turn& turn) {
             throw Json::other_error::create(501, "turn date \"" + text + "\" does not read", &json);
     }
     turn = std::move(read);
+}
+
+std::string TranscriptJson::encode(const std::vector<Store::Turn>& turns) {
+    if (turns.empty())
+        return "[]";
+    std::string text = "[\n";
+    for (std::size_t i = 0; i < turns.size(); ++i) {
+        const Store::Turn& turn = turns[i];
+        text += "  {\n    \"id\": \"";
+        text += turn.id.text();
+        text += "\",\n    \"speaker\": \"";
+        text += rawValue(turn.speaker);
+        text += "\",\n    \"text\": ";
+        JsonText::appendString(text, turn.text);
+        if (turn.realDate) {
+            text += ",\n    \"realDate\": \"";
+            text += LocalTime::isoUtc(*turn.realDate);
+            text += '"';
+        }
+        text += i + 1 < turns.size() ? "\n  },\n" : "\n  }\n]";
+    }
+    return text;
 }
 
 }  // namespace lumenary

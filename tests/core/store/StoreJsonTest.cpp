@@ -8,6 +8,7 @@
 
 #include "TestSupport.h"
 #include "store/ArchiveJson.h"
+#include "store/TranscriptJson.h"
 
 namespace lumenary {
 namespace {
@@ -29,7 +30,7 @@ std::string oneMessage(const std::string& fields) {
     return "[{" + fields + "}]";
 }
 
-TEST(ArchiveJson, ReadsWhatTheMessageCodingReads) {
+TEST(StoreJson, ArchiveReadsAsTheMessageCodingReads) {
     const std::string all = std::string(kId) + ", \"sender\": \"Amma\", \"text\": \"t\", ";
     const std::vector<std::string> good = {
         "[]",
@@ -42,6 +43,8 @@ TEST(ArchiveJson, ReadsWhatTheMessageCodingReads) {
            {"id": "ffffffff-ffff-4fff-bfff-000000000000", "sender": "", "text": "x",
             "date": "2021-03-12T22:15:32+05:30"}])",
         oneMessage(all + "\"date\": \"2016-12-31T23:59:60Z\""),
+        R"([{"\u0069d": "00112233-4455-6677-8899-aabbccddeeff", "sender": "\u0041mma",
+            "text": "t", "date": "2021-03-12T16:45:32\u005a"}])",
     };
     for (const std::string& text : good) {
         const auto expected = byLibrary(text);
@@ -86,7 +89,7 @@ TEST(ArchiveJson, ReadsWhatTheMessageCodingReads) {
     }
 }
 
-TEST(ArchiveJson, WritesWhatTheLibraryWritesAndReadsItBack) {
+TEST(StoreJson, WritesWhatTheLibraryWritesAndReadsItBack) {
     std::vector<ChatMessage> messages;
     const std::vector<std::string> texts = {
         "plain",   "quote \" backslash \\ slash /", "controls \b\f\n\r\t \x01\x1f \x7f",
@@ -99,6 +102,15 @@ TEST(ArchiveJson, WritesWhatTheLibraryWritesAndReadsItBack) {
     const std::string written = ArchiveJson::encode(messages);
     EXPECT_EQ(written, Json(messages).dump(2, ' ', false, Json::error_handler_t::replace));
     EXPECT_EQ(ArchiveJson::encode({}), "[]");
+    std::vector<Store::Turn> turns;
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        turns.push_back(
+            Store::Turn{messages[i].id, Store::Turn::Speaker(i % 3), texts[i],
+                        i % 2 ? std::optional<Timestamp>(messages[i].date) : std::nullopt});
+    }
+    EXPECT_EQ(TranscriptJson::encode(turns),
+              Json(turns).dump(2, ' ', false, Json::error_handler_t::replace));
+    EXPECT_EQ(TranscriptJson::encode({}), "[]");
 
     const auto read = ArchiveJson::decode(written);
     ASSERT_TRUE(read.has_value());
@@ -127,7 +139,7 @@ TEST(ArchiveJson, WritesWhatTheLibraryWritesAndReadsItBack) {
     EXPECT_EQ(joined, ArchiveJson::encode(many));
 }
 
-TEST(ArchiveJson, FastDatesReadAsParseIsoUtc) {
+TEST(StoreJson, FastDatesReadAsParseIsoUtc) {
     // From year 1 to 9999 at varying days and times of day.
     for (double t = -62135596800.0; t < 253402300799.0; t += 37 * 86400 + 3671) {
         const std::string text = LocalTime::isoUtc(t);
