@@ -113,6 +113,13 @@ void Conversation::send(std::string_view text) {
     generate(trimmed);
 }
 
+void Conversation::clear() {
+    store_.setTranscript({});
+    store_.save();
+    lastError_.reset();
+    notify();
+}
+
 std::vector<Exchange> Conversation::hits(const Store& store, std::string_view text) {
     const RetrievalIndex* index = store.index();
     return index != nullptr ? index->search(text, kRetrievalLimit) : std::vector<Exchange>{};

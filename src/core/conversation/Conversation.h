@@ -56,6 +56,9 @@ public:
     /// and a second message may be sent while the first is still being answered.
     void send(std::string_view text);
 
+    /// "Clear conversation": empties the transcript, saves it, and forgets the last error.
+    void clear();
+
     /// The model request for `text`: the provider that has a key (the persona's first), its
     /// model, the system prompt with the exchanges closest to `text`, and the last 8 turns of
     /// the transcript that are not notices, ending with `text`.

@@ -306,5 +306,21 @@ TEST(Conversation, HugeAndOddMessagesKeepTheTranscriptValid) {
     EXPECT_FALSE(conversation.lastError().has_value());
 }
 
+TEST(Conversation, ClearingEmptiesTheSavedTranscriptAndForgetsTheError) {
+    Fixture f;
+    f.keys[Provider::claude] = "k";
+    f.answers.push_back(fails(500));
+    Conversation conversation(f.store, f.animator, f.scheduler, f.services());
+    conversation.send("hello");
+    f.scheduler.runBackground();
+    f.scheduler.runDue();
+    ASSERT_TRUE(conversation.lastError().has_value());
+
+    conversation.clear();
+    EXPECT_TRUE(f.store.transcript().empty());
+    EXPECT_EQ(f.savedTurns(), 0u);
+    EXPECT_FALSE(conversation.lastError().has_value());
+}
+
 }  // namespace
 }  // namespace lumenary

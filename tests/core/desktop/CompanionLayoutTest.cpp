@@ -1,0 +1,43 @@
+#include "desktop/CompanionLayout.h"
+
+#include <gtest/gtest.h>
+
+namespace lumenary {
+namespace {
+
+using CompanionLayout::Rect;
+
+TEST(CompanionLayout, HomeIsTheBottomRightOfTheUsableArea) {
+    // A second monitor to the right of a first one of 1920 px, with a 32 px top bar.
+    EXPECT_EQ(CompanionLayout::home(Rect{1920, 32, 2560, 1408}),
+              (Rect{1920 + 2560 - 148 - 28, 32 + 1408 - 196 - 4, 148, 196}));
+}
+
+TEST(CompanionLayout, OnlyTheMiddleOfThePanelTakesTheMouse) {
+    const Rect area = CompanionLayout::clickArea();
+    EXPECT_EQ(area, (Rect{27, 6, 94, 184}));  // 18 % of 148 is 26.64
+    EXPECT_FALSE(area.contains(5, 100));
+    EXPECT_FALSE(area.contains(74, 3));
+    EXPECT_FALSE(area.contains(130, 100));
+    EXPECT_TRUE(area.contains(74, 100));
+    // The character's frame reaches past it on both sides.
+    EXPECT_LT(CompanionLayout::characterFrame().x, area.x);
+}
+
+TEST(CompanionLayout, TheBubbleSitsAboveTheCharacterAndNeverLeavesThePanel) {
+    const Rect character = CompanionLayout::characterFrame();
+    EXPECT_EQ(character, (Rect{8, 28, 132, 168}));
+
+    const Rect line = CompanionLayout::bubbleFrame(60, 10);
+    EXPECT_EQ(line, (Rect{(148 - 80) / 2, 28 - 4 - 24, 80, 24}));
+
+    // Too wide and too tall: held to the panel's width, moved down to its top edge.
+    const Rect big = CompanionLayout::bubbleFrame(500, 60);
+    EXPECT_EQ(big.width, 148);
+    EXPECT_EQ(big.x, 0);
+    EXPECT_EQ(big.y, 0);
+    EXPECT_EQ(big.height, 74);
+}
+
+}  // namespace
+}  // namespace lumenary
