@@ -1,26 +1,99 @@
-// Placeholder until the drawn character lands: an empty transparent view that follows the frames.
+// The widget reads the persona on every frame, so a new palette or style shows within a frame
+// without the store having to tell it; the images are read from disk only on a reload.
 #include "character/CharacterView.h"
+
+#include <QFile>
+#include <QImage>
+#include <QPainter>
+#include <system_error>
+
+#include "character/CharacterLook.h"
 
 namespace lumenary {
 
+namespace {
+
+constexpr const char* portraitFile = "portrait.png";
+constexpr const char* cartoonFile = "portrait-cartoon.png";
+
+// The image in `path`, or a null image when it is missing or does not decode.
+QImage readImage(const std::filesystem::path& path) {
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error))
+        return {};
+    return QImage(QFile::decodeName(QByteArray::fromStdString(path.native())));
+}
+
+}  // namespace
+
 struct CharacterView::Private {
     CharacterAnimator& animator;
+    const Store& store;
+    CharacterLook look;
     int observation = 0;
+    int portraitVersion = 0;
+    bool loaded = false;
+
+    void reload() {
+        look.setStyle(store.persona().portraitStyle);
+        look.setPalette(store.persona().palette);
+        look.setImages(readImage(store.folder() / portraitFile),
+                       readImage(store.folder() / cartoonFile));
+        look.renderSprite(animator.state());
+        loaded = true;
+    }
+
+    // Follows the persona and the animator's state; reloads when the style changed.
+    void sync() {
+        if (!loaded || store.persona().portraitStyle != look.style()) {
+            reload();
+            return;
+        }
+        look.setPalette(store.persona().palette);
+        look.followState(animator.state());
+    }
 };
 
-CharacterView::CharacterView(CharacterAnimator& animator, const Store&, QWidget* parent)
-    : QWidget(parent), d_(new Private{animator, 0}) {
-    d_->observation = animator.observe([this] { update(); });
+CharacterView::CharacterView(CharacterAnimator& animator, const Store& store, QWidget* parent)
+    : QWidget(parent),
+      d_(new Private{animator, store,
+                     CharacterLook(store.persona().palette, store.persona().portraitStyle)}) {
+    setAccessibleName(QString::fromLatin1(DrawnCharacter::accessibleName));
+    d_->observation = animator.observe([this] {
+        // Before the first show nothing is loaded yet; the first paint loads.
+        if (d_->loaded)
+            d_->sync();
+        update();
+    });
 }
 
 CharacterView::~CharacterView() {
     d_->animator.unobserve(d_->observation);
 }
 
-void CharacterView::setPortraitVersion(int) {
+void CharacterView::setPortraitVersion(int version) {
+    if (version == d_->portraitVersion)
+        return;
+    d_->portraitVersion = version;
+    if (d_->loaded)
+        d_->reload();
     update();
 }
 
-void CharacterView::paintEvent(QPaintEvent*) {}
+void CharacterView::setSpriteHook(std::function<void(const QImage&, CharacterState)> hook) {
+    d_->look.setSpriteHook(std::move(hook));
+}
+
+void CharacterView::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    d_->reload();
+}
+
+void CharacterView::paintEvent(QPaintEvent*) {
+    d_->sync();
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    d_->look.paint(painter, QRectF(rect()), d_->animator.state(), d_->animator.breath());
+}
 
 }  // namespace lumenary
