@@ -1,6 +1,8 @@
 // Placeholder until the desktop lands.
 #include "Application.h"
 
+#include "preview/CharacterPreviews.h"
+
 #include <ostream>
 
 namespace lumenary {
@@ -17,11 +19,11 @@ int notYet(std::ostream& err) {
 }
 }  // namespace
 
-int Preview::render(const std::string&, std::ostream& err) {
-    return notYet(err);
+int Preview::render(const std::string& out, std::ostream& err) {
+    return CharacterPreviews::states(out, err);
 }
-int Preview::variants(const std::string&, std::ostream& err) {
-    return notYet(err);
+int Preview::variants(const std::string& out, std::ostream& err) {
+    return CharacterPreviews::variants(out, err);
 }
 int Preview::screens(const std::string&, std::ostream& err) {
     return notYet(err);
