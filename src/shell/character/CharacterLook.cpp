@@ -108,6 +108,9 @@ const QImage& CharacterLook::scaledCopy(const QImage& source, Scaled& cache, QSi
 
 void CharacterLook::paint(QPainter& painter, const QRectF& area, CharacterState state,
                           double breath) {
+    if (!std::isfinite(area.x()) || !std::isfinite(area.y()) || !std::isfinite(area.width()) ||
+        !std::isfinite(area.height()))
+        return;
     if (!std::isfinite(breath))
         breath = 0;
     const ShownLook look = shown();
