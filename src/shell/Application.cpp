@@ -1,23 +1,17 @@
-// Placeholder until the desktop lands.
+// The two ways the program reaches the windowing system, each handed to the part that owns it.
 #include "Application.h"
-
-#include "preview/CharacterPreviews.h"
 
 #include <ostream>
 
+#include "DesktopApplication.h"
+#include "panel/PanelPreview.h"
+#include "preview/CharacterPreviews.h"
+
 namespace lumenary {
 
-int Application::run(const std::vector<std::string>&, std::ostream& err) {
-    err << "lumenary: the desktop application is not in this build yet.\n";
-    return 1;
+int Application::run(const std::vector<std::string>& args, std::ostream& err) {
+    return DesktopApplication::run(args, err);
 }
-
-namespace {
-int notYet(std::ostream& err) {
-    err << "lumenary: the design previews are not in this build yet.\n";
-    return 1;
-}
-}  // namespace
 
 int Preview::render(const std::string& out, std::ostream& err) {
     return CharacterPreviews::states(out, err);
@@ -25,8 +19,8 @@ int Preview::render(const std::string& out, std::ostream& err) {
 int Preview::variants(const std::string& out, std::ostream& err) {
     return CharacterPreviews::variants(out, err);
 }
-int Preview::screens(const std::string&, std::ostream& err) {
-    return notYet(err);
+int Preview::screens(const std::string& out, std::ostream& err) {
+    return PanelPreview::render(out, err);
 }
 
 }  // namespace lumenary

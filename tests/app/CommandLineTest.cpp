@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <sstream>
 
 #include "CommandLine.h"
@@ -79,7 +80,10 @@ TEST(CommandLine, SelfTestWithoutAPathPrintsTheUsageLine) {
 
 TEST(CommandLine, AnythingButATerminalSwitchInFirstPlaceStartsTheApplication) {
     // A switch only counts in the first position, "--ask" needs words, and the preview switches
-    // need their paths: all of these start the application, which this build does not have yet.
+    // need their paths: all of these start the application, which, with no display anywhere,
+    // says so and gives up.
+    for (const char* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
+        unsetenv(name);
     for (const auto& args : std::vector<std::vector<std::string>>{{},
                                                                   {"x", "--selftest"},
                                                                   {"x", "--ping"},
@@ -89,7 +93,9 @@ TEST(CommandLine, AnythingButATerminalSwitchInFirstPlaceStartsTheApplication) {
         const Outcome outcome = run(args);
         EXPECT_EQ(outcome.code, 1);
         EXPECT_EQ(outcome.out, "");
-        EXPECT_EQ(outcome.err, "lumenary: the desktop application is not in this build yet.\n");
+        EXPECT_EQ(outcome.err,
+                  "lumenary: no display to show her on. Run it from a desktop session, or try "
+                  "lumenary --selftest <chat>.\n");
     }
 }
 

@@ -1,11 +1,10 @@
-#include "conversation/Greeting.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
 #include "TestSupport.h"
+#include "conversation/Greeting.h"
 
 namespace lumenary {
 namespace {
@@ -54,14 +53,10 @@ TEST(Greeting, LengthCountsCharactersNotBytes) {
     // A flag is one character of two code points.
     const std::string sixWithFlags = "🇮🇳🇮🇳🇮🇳ok!";
     const std::vector<ChatMessage> messages = {
-        message("Amma", "six ch", noon),
-        message("Amma", "seven c", noon),
-        message("Amma", fiftyNine, noon),
-        message("Amma", std::string(60, 'c'), noon),
-        message("Amma", fiftyNineWide, noon),
-        message("Amma", sixWide, noon),
-        message("Amma", sevenWide, noon),
-        message("Amma", sixWithFlags, noon),
+        message("Amma", "six ch", noon),      message("Amma", "seven c", noon),
+        message("Amma", fiftyNine, noon),     message("Amma", std::string(60, 'c'), noon),
+        message("Amma", fiftyNineWide, noon), message("Amma", sixWide, noon),
+        message("Amma", sevenWide, noon),     message("Amma", sixWithFlags, noon),
     };
     EXPECT_EQ(texts(Greeting::candidates(messages, "Amma", 12)),
               (std::vector<std::string>{"seven c", fiftyNine, fiftyNineWide, sevenWide}));

@@ -1,6 +1,6 @@
-#include "desktop/CompanionLayout.h"
-
 #include <gtest/gtest.h>
+
+#include "desktop/CompanionLayout.h"
 
 namespace lumenary {
 namespace {

@@ -1,5 +1,3 @@
-#include "desktop/Companion.h"
-
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -7,6 +5,7 @@
 
 #include "ManualScheduler.h"
 #include "TestSupport.h"
+#include "desktop/Companion.h"
 
 namespace lumenary {
 namespace {

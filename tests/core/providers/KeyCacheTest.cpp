@@ -1,5 +1,3 @@
-#include "providers/KeyCache.h"
-
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -7,6 +5,7 @@
 #include <memory>
 
 #include "ManualScheduler.h"
+#include "providers/KeyCache.h"
 
 namespace lumenary {
 namespace {
