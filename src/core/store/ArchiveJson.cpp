@@ -2,6 +2,7 @@
 
 #include <simdjson.h>
 
+#include <algorithm>
 #include <chrono>
 #include <new>
 
@@ -69,8 +70,9 @@ std::optional<std::vector<ChatMessage>> decodePadded(simdjson::padded_string_vie
         ondemand::array array = document.get_array();
         std::vector<ChatMessage> messages;
         // Counting first is one quick pass over the structure, and spares the list the copies
-        // that growing by doubling would leave behind.
-        messages.reserve(array.count_elements());
+        // that growing by doubling would leave behind. No message takes fewer than 64 bytes of
+        // the file, which bounds what a damaged file of tiny elements can make it reserve.
+        messages.reserve(std::min(array.count_elements().value(), json.size() / 64));
         for (auto element : array) {
             ondemand::object object = element.get_object();
             ChatMessage message;

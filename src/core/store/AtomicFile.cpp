@@ -34,16 +34,6 @@ std::error_code writeAll(int descriptor, std::string_view bytes) {
     return {};
 }
 
-// Flushes the folder's entries, so that a rename survives a power cut. Some file systems refuse
-// to sync a folder; the file itself is already safe then, so the result is not checked.
-void syncFolder(const std::filesystem::path& folder) {
-    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor < 0)
-        return;
-    ::fsync(descriptor);
-    ::close(descriptor);
-}
-
 std::filesystem::path folderOf(const std::filesystem::path& file) {
     const std::filesystem::path parent = file.parent_path();
     return parent.empty() ? std::filesystem::path(".") : parent;
@@ -117,7 +107,6 @@ std::error_code AtomicFile::commit(Existing existing) {
     if (error_)
         return error_;
     committed_ = true;
-    syncFolder(folderOf(target_));
     return {};
 }
 
@@ -153,6 +142,17 @@ std::error_code copyFileAtomically(const std::filesystem::path& source,
             error = file.commit(existing);
     }
     ::close(input);
+    return error;
+}
+
+std::error_code syncFolder(const std::filesystem::path& folder) {
+    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0)
+        return lastError();
+    std::error_code error;
+    if (::fsync(descriptor) != 0)
+        error = lastError();
+    ::close(descriptor);
     return error;
 }
 

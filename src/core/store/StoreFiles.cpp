@@ -246,7 +246,13 @@ bool Store::backupMessages() {
         ArchiveJson::encode(messages_, [&](std::string_view piece) { file.append(piece); });
         error = file.commit(AtomicFile::Existing::keep);
     }
-    return !error || error == std::errc::file_exists;
+    if (error)
+        return error == std::errc::file_exists;
+    // The filtered archive replaces the original next: the backup's name should reach the disk
+    // first, or a power cut could leave the one without the other. Some file systems cannot
+    // flush a folder at all; the backup is still there then.
+    syncFolder(folder_);
+    return true;
 }
 
 }  // namespace lumenary
