@@ -4,6 +4,7 @@
 // taskbar entry, stays above other windows and can be dragged; clicks on its transparent margins
 // reach the windows below.
 
+#include <QPixmap>
 #include <QPoint>
 #include <QRegion>
 #include <QWidget>
@@ -52,6 +53,7 @@ public:
 
 protected:
     bool event(QEvent* event) override;
+    void changeEvent(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
@@ -70,6 +72,7 @@ private:
     bool translucent_ = true;
     CharacterView* character_ = nullptr;
     SpeechBubble* bubble_ = nullptr;
+    QPixmap card_;  // the opaque card, drawn once
     int observation_ = 0;
 
     // A left press inside the panel: where it began, and whether it has become a drag.
