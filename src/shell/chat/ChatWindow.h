@@ -2,6 +2,9 @@
 // The chat window: her name and small character, "Her words only", the key and error banners,
 // the conversation as bubbles, the typing indicator and the composer. It shows the store and the
 // conversation and forwards what the user types; it never decides an answer itself.
+//
+// Lives on the GUI thread. Closing the window only hides it, so the owner keeps one window for the
+// whole run and an unsent draft is still there when it is opened again.
 
 #include <QWidget>
 #include <functional>
@@ -25,6 +28,11 @@ public:
         std::function<void()> openSettings;
     };
 
+    /// Asks the user whether to clear the conversation; true clears it.
+    using ClearConfirmation = std::function<bool(QWidget* window)>;
+
+    /// The store, animator and conversation must outlive the window. Starts observing the store
+    /// and the conversation at once and stops in the destructor.
     explicit ChatWindow(Context context, QWidget* parent = nullptr);
     ~ChatWindow() override;
 
@@ -32,6 +40,15 @@ public:
     void refreshKeyState();
     /// The small character reloads its images.
     void setPortraitVersion(int version);
+
+    /// Replaces the "Clear this conversation?" dialog (tests answer it without a dialog).
+    void setClearConfirmation(ClearConfirmation confirm);
+
+    /// The standard confirmation: a window-modal message box with "Clear" and "Cancel".
+    static bool askToClear(QWidget* window);
+
+protected:
+    void showEvent(QShowEvent* event) override;
 
 private:
     struct Private;
