@@ -1,9 +1,12 @@
 // The two ways the program reaches the windowing system, each handed to the part that owns it.
 #include "Application.h"
 
+#include <QApplication>
+#include <memory>
 #include <ostream>
 
 #include "DesktopApplication.h"
+#include "chat/ChatPreview.h"
 #include "panel/PanelPreview.h"
 #include "preview/CharacterPreviews.h"
 
@@ -20,7 +23,22 @@ int Preview::variants(const std::string& out, std::ostream& err) {
     return CharacterPreviews::variants(out, err);
 }
 int Preview::screens(const std::string& out, std::ostream& err) {
-    return PanelPreview::render(out, err);
+    // One application on the offscreen platform for both sets of pictures.
+    int argc = 1;
+    char name[] = "lumenary";
+    char* argv[] = {name, nullptr};
+    std::unique_ptr<QApplication> app;
+    if (QCoreApplication::instance() == nullptr) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        app = std::make_unique<QApplication>(argc, argv);
+    }
+    if (PanelPreview::render(out, err) != 0)
+        return 1;
+    if (!ChatPreview::render(out)) {
+        err << "lumenary: could not write the chat window's pictures into " << out << ".\n";
+        return 1;
+    }
+    return 0;
 }
 
 }  // namespace lumenary
