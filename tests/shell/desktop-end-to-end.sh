@@ -5,9 +5,10 @@
 #
 # Starts a window manager (openbox), then `lumenary --demo <export>`, and checks that the panel
 # appears 148 × 196 at the bottom right of the screen without taking the focus, that a click on
-# its transparent margin reaches what lies below, that a click on her opens the chat window, and
-# that Ctrl+Q there ends the application cleanly. A second start (without --demo) checks that
-# SIGTERM also ends it cleanly with her data kept.
+# its transparent margin reaches what lies below, that a click on her opens the chat window, that
+# a message typed there is answered and saved, and that Ctrl+Q there ends the application
+# cleanly. A second start (without --demo) checks that SIGTERM also ends it cleanly with her data
+# kept.
 set -eu
 
 program=$1
@@ -128,12 +129,19 @@ wait_for 30 has_visible_window '^Amma$' || fail "the chat window did not open"
 chat=$(visible_window '^Amma$')
 wait_for 10 sh -c "[ \"\$(xdotool getactivewindow)\" = $chat ]" || fail "the chat window is not active"
 
+# What is typed there reaches her: in words-only mode one of her real messages answers, and
+# both lines are saved at once.
+store="${XDG_DATA_HOME:-$HOME/.local/share}/Lumenary"
+xdotool type --delay 30 "did you eat"
+xdotool key Return
+wait_for 30 grep -q '"speaker": "her"' "$store/chat.json" || fail "no answer was saved"
+grep -q '"text": "did you eat"' "$store/chat.json" || fail "the message was not saved"
+
 xdotool key ctrl+q
 wait_exit 30
 [ "$status" = 0 ] || fail "Ctrl+Q ended the application with status $status"
 
 # Her data stays for the next start, which SIGTERM ends as cleanly.
-store="${XDG_DATA_HOME:-$HOME/.local/share}/Lumenary"
 [ -s "$store/persona.json" ] && [ -s "$store/messages.json" ] || fail "nothing was kept in $store"
 "$program" >"$work/second.out" 2>"$work/second.err" &
 app=$!
