@@ -38,6 +38,9 @@ struct Fixture {
     bool answer = true;
     std::vector<std::pair<std::string, std::string>> warnings;
 
+    // The chat window closes and opens again; that must not end anything.
+    Fixture() { QApplication::setQuitOnLastWindowClosed(false); }
+
     AppDelegate::Options options() {
         AppDelegate::Options options;
         options.folder = data.path();

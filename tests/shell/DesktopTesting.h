@@ -1,42 +1,19 @@
 #pragma once
-// What the desktop application's tests share: a QApplication on the offscreen platform for the
-// whole test program, a private home folder, and a way to let the event loop run until
-// something happens.
+// What the desktop application's tests share besides the offscreen QApplication: a private home
+// folder, and a way to let the event loop run until something happens.
 
-#include <gtest/gtest.h>
-
-#include <QApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QTimer>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
-#include <memory>
 #include <string>
 
+#include "OffscreenApplication.h"
 #include "TestSupport.h"
 
 namespace lumenary::testing {
-
-class DesktopEnvironment : public ::testing::Environment {
-public:
-    void SetUp() override {
-        setenv("QT_QPA_PLATFORM", "offscreen", 0);
-        app_ = std::make_unique<QApplication>(argc_, argv_);
-        QApplication::setQuitOnLastWindowClosed(false);
-    }
-    void TearDown() override { app_.reset(); }
-
-private:
-    int argc_ = 1;
-    char name_[9] = "lumenary";
-    char* argv_[2] = {name_, nullptr};
-    std::unique_ptr<QApplication> app_;
-};
-
-inline ::testing::Environment* const desktopEnvironment =
-    ::testing::AddGlobalTestEnvironment(new DesktopEnvironment);
 
 /// HOME and the XDG folders inside a temporary folder while the object lives, so that the
 /// autostart entry and the key file go there.

@@ -13,17 +13,6 @@ TEST(CompanionLayout, HomeIsTheBottomRightOfTheUsableArea) {
               (Rect{1920 + 2560 - 148 - 28, 32 + 1408 - 196 - 4, 148, 196}));
 }
 
-TEST(CompanionLayout, OnlyTheMiddleOfThePanelTakesTheMouse) {
-    const Rect area = CompanionLayout::clickArea();
-    EXPECT_EQ(area, (Rect{27, 6, 94, 184}));  // 18 % of 148 is 26.64
-    EXPECT_FALSE(area.contains(5, 100));
-    EXPECT_FALSE(area.contains(74, 3));
-    EXPECT_FALSE(area.contains(130, 100));
-    EXPECT_TRUE(area.contains(74, 100));
-    // The character's frame reaches past it on both sides.
-    EXPECT_LT(CompanionLayout::characterFrame().x, area.x);
-}
-
 TEST(CompanionLayout, TheBubbleSitsAboveTheCharacterAndNeverLeavesThePanel) {
     const Rect character = CompanionLayout::characterFrame();
     EXPECT_EQ(character, (Rect{8, 28, 132, 168}));

@@ -113,13 +113,5 @@ TEST(Companion, NoGreetingWithoutAnIndexAndNoTroubleWhenTimersOutliveHer) {
     EXPECT_FALSE(animator.isRunning());
 }
 
-TEST(Companion, ShowBeforeSheAppearedOnlyStartsTheAnimator) {
-    Fixture f;
-    Companion companion(f.store, f.animator, f.scheduler);
-    companion.show();
-    EXPECT_FALSE(companion.isOnScreen());
-    EXPECT_TRUE(f.animator.isRunning());
-}
-
 }  // namespace
 }  // namespace lumenary
