@@ -8,11 +8,20 @@ JOBS ?= $(shell nproc)
 deps:
 	./scripts/install-deps
 
-# Builds the program and runs the self-test report on the bundled sample chat.
+# Builds the program and opens her panel seeded from the bundled sample chat. The demo's data stays
+# in build/demo, so a real archive in the user's data folder is never replaced. Without a display
+# it prints the self-test report on the same chat instead.
+DEMO_HOME = $(CURDIR)/build/demo
 demo: deps
 	cmake --preset dev
 	cmake --build --preset dev -j $(JOBS) --target lumenary
-	./build/dev/lumenary --selftest docs/sample-chat.txt --as Amma
+	@if [ -n "$$DISPLAY$$WAYLAND_DISPLAY" ]; then \
+	  XDG_DATA_HOME=$(DEMO_HOME)/data XDG_CONFIG_HOME=$(DEMO_HOME)/config \
+	    ./build/dev/lumenary --demo docs/sample-chat.txt --as Amma; \
+	else \
+	  echo "No display here, so instead of her panel: the self-test report on the sample chat."; \
+	  ./build/dev/lumenary --selftest docs/sample-chat.txt --as Amma; \
+	fi
 
 # Builds everything under AddressSanitizer and UndefinedBehaviorSanitizer with warnings fatal,
 # then runs every test.

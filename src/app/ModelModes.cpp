@@ -1,5 +1,6 @@
 #include "ModelModes.h"
 
+#include <ctime>
 #include <filesystem>
 #include <ostream>
 #include <thread>
@@ -29,6 +30,29 @@ Expected<std::string, ModelError> completeOffThread(const Conversation::Request&
     });
     worker.join();
     return std::move(*result);
+}
+
+// Seeding replaces the archive, and one already in the data folder may be the only copy of her
+// messages. It is copied aside first ("before-demo-<seconds>/"), and nothing is seeded when that
+// fails.
+bool keepExistingData(const std::filesystem::path& folder) {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    if (!fs::exists(folder / Store::messagesFile, error))
+        return true;
+    const fs::path aside = folder / ("before-demo-" + std::to_string(std::time(nullptr)));
+    fs::create_directories(aside, error);
+    if (error)
+        return false;
+    for (std::string_view name : {Store::personaFile, Store::messagesFile, Store::transcriptFile}) {
+        const fs::path from = folder / name;
+        if (!fs::exists(from, error))
+            continue;
+        fs::copy_file(from, aside / name, fs::copy_options::skip_existing, error);
+        if (error)
+            return false;
+    }
+    return true;
 }
 
 }  // namespace
@@ -111,7 +135,13 @@ int seedDemo(const std::string& exportPath, const std::optional<std::string>& pr
         return 1;
     }
 
-    Store store(Store::defaultFolder());
+    const std::filesystem::path folder = Store::defaultFolder();
+    if (!keepExistingData(folder)) {
+        err << "Could not keep a copy of the archive already in " << folder.string()
+            << ", so nothing was seeded.\n";
+        return 1;
+    }
+    Store store(folder);
     Persona persona = store.persona();
     persona.name = *sender;
     persona.relationship = "Mother";

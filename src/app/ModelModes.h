@@ -24,7 +24,8 @@ int ask(const std::string& question, std::ostream& out);
 int unregisterLoginItem(std::ostream& err);
 
 /// Imports `exportPath` ("~" expanded), picks her sender (`preferredName` first) and adopts the
-/// archive into the store with "Her words only" on. 0 when seeded, else 1 with a line on `err`.
+/// archive into the store with "Her words only" on, after copying any archive already there into
+/// a "before-demo-<seconds>" folder beside it. 0 when seeded, else 1 with a line on `err`.
 int seedDemo(const std::string& exportPath, const std::optional<std::string>& preferredName,
              std::ostream& out, std::ostream& err);
 

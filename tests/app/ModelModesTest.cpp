@@ -115,8 +115,17 @@ TEST(ModelModes, DemoExpandsTheHomeFolderAndNamesAnExportItCannotRead) {
     const fs::path home = XdgPaths::home();
     fs::copy_file(sampleChat(), home / "chat.txt", fs::copy_options::overwrite_existing);
 
+    // The folder already holds an archive from an earlier seeding: it is kept aside first.
+    const auto before = testing::readFile(Store::defaultFolder() / "messages.json");
     auto run = runProgram({"--demo", "~/chat.txt"});
     EXPECT_EQ(run.out, "Seeded 779 messages as Amma. Starting\u2026\n");
+    bool keptAside = before.empty();
+    for (const auto& entry : fs::directory_iterator(Store::defaultFolder())) {
+        if (entry.path().filename().string().starts_with("before-demo-")) {
+            keptAside = testing::readFile(entry.path() / "messages.json") == before;
+        }
+    }
+    EXPECT_TRUE(keptAside);
     const Store store(Store::defaultFolder());
     EXPECT_EQ(store.persona().name, "Amma");
     EXPECT_TRUE(store.persona().herWordsOnly);
