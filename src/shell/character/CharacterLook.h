@@ -6,8 +6,10 @@
 #include <QImage>
 #include <QRectF>
 #include <QSize>
+#include <QTransform>
 #include <functional>
 #include <optional>
+#include <vector>
 
 #include "character/DrawnCharacter.h"
 #include "character/PortraitStyle.h"
@@ -40,7 +42,7 @@ public:
 
     PortraitStyle style() const { return style_; }
     /// Only chooses; the owner reloads (setImages, renderSprite) after a change of style.
-    void setStyle(PortraitStyle style) { style_ = style; }
+    void setStyle(PortraitStyle style);
 
     /// The cut-out photo and the cartoon; a null image is a missing file.
     void setImages(QImage portrait, QImage cartoon);
@@ -58,7 +60,14 @@ public:
     /// Paints the shown look fitted and centred in `area`. The drawn character takes `state` and
     /// `breath` (design units); the images only rise by `breath` (in the painter's units). Leaves
     /// the painter's state as it found it.
+    ///
+    /// Under a painter that only scales and moves, the drawn character is copied from images kept
+    /// per state and per quarter device pixel of lift, clipped to `area` rounded out to whole
+    /// device pixels; a lift is shown to within an eighth of a device pixel.
     void paint(QPainter& painter, const QRectF& area, CharacterState state, double breath);
+
+    /// How many figure images are kept now; for tests and diagnostics.
+    int cachedFrames() const { return static_cast<int>(frames_.size()); }
 
 private:
     // A smoothly scaled copy of an image for one target size, made once per size.
@@ -68,6 +77,25 @@ private:
         SoftShadow shadow;  // photo only
     };
     const QImage& scaledCopy(const QImage& source, Scaled& cache, QSize pixels);
+
+    // One figure image: the body and face lifted by `quarters` / 4 device pixels within a device
+    // pixel; whole pixels of lift are added when it is copied.
+    struct Frame {
+        CharacterState state;
+        int quarters;
+        QImage image;
+    };
+    // Where the kept images belong: the painter's scale, the area's size and the fraction of a
+    // device pixel its corner falls on. Any difference and the images are made again.
+    struct FrameGeometry {
+        double scaleX = 0, scaleY = 0;
+        QSizeF size;
+        QPointF fraction;
+        bool operator==(const FrameGeometry&) const = default;
+    };
+    bool paintCachedDrawn(QPainter& painter, const QRectF& area, CharacterState state,
+                          double breath);
+    void dropFrames();
 
     CharacterPalette palette_;
     CharacterPaints paints_;
@@ -79,6 +107,9 @@ private:
     SpriteHook spriteHook_;
     Scaled scaledPortrait_;
     Scaled scaledCartoon_;
+    FrameGeometry frameGeometry_;
+    QImage floorShadow_;
+    std::vector<Frame> frames_;  // most recently used last
 };
 
 /// The largest rectangle of `imageSize`'s proportions inside `area`, centred in it; empty when

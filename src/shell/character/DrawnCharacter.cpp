@@ -96,39 +96,84 @@ void paintCharacter(QPainter& painter, const QRectF& area, const CharacterPalett
     paintCharacter(painter, area, CharacterPaints(palette), state, breath);
 }
 
-void paintCharacter(QPainter& painter, const QRectF& area, const CharacterPaints& paints,
-                    CharacterState state, double breath) {
+namespace {
+
+// Puts the design space fitted and centred in `area` on the painter; false when `area` is empty
+// or not finite, leaving the painter untouched.
+bool enterDesignSpace(QPainter& painter, const QRectF& area) {
     const double w = area.width();
     const double h = area.height();
     if (!std::isfinite(w) || !std::isfinite(h) || !std::isfinite(area.x()) ||
         !std::isfinite(area.y()) || w <= 0 || h <= 0)
-        return;
-    if (!std::isfinite(breath))
-        breath = 0;
-
+        return false;
     const double s =
         std::min(w / DrawnCharacter::designSize.width(), h / DrawnCharacter::designSize.height());
-    const QTransform callers = painter.worldTransform();
-    const QPen callersPen = painter.pen();
-    const QBrush callersBrush = painter.brush();
-
     painter.translate(area.x() + (w - DrawnCharacter::designSize.width() * s) / 2,
                       area.y() + (h - DrawnCharacter::designSize.height() * s) / 2);
     painter.scale(s, s);
+    return true;
+}
 
-    // The floor stays put while the body breathes above it.
+// Saves only what the passes change, which is cheaper than QPainter::save() on every frame.
+class PainterKeeper {
+public:
+    explicit PainterKeeper(QPainter& painter)
+        : painter_(painter),
+          transform_(painter.worldTransform()),
+          pen_(painter.pen()),
+          brush_(painter.brush()) {}
+    ~PainterKeeper() {
+        painter_.setWorldTransform(transform_);
+        painter_.setPen(pen_);
+        painter_.setBrush(brush_);
+    }
+    PainterKeeper(const PainterKeeper&) = delete;
+    PainterKeeper& operator=(const PainterKeeper&) = delete;
+
+private:
+    QPainter& painter_;
+    QTransform transform_;
+    QPen pen_;
+    QBrush brush_;
+};
+
+void drawFloorShadow(QPainter& painter) {
     static const QBrush floorShadow(QColor::fromRgbF(0, 0, 0, 0.16f));
     painter.setPen(Qt::NoPen);
     painter.setBrush(floorShadow);
     painter.drawEllipse(QRectF(26, 148.5, 68, 11));
+}
 
-    painter.translate(0, -breath);
+void drawFigure(QPainter& painter, const CharacterPaints& paints, CharacterState state,
+                double breath) {
+    painter.translate(0, std::isfinite(breath) ? -breath : 0.0);
     drawBody(painter, paints);
     drawFace(painter, paints, state);
+}
 
-    painter.setWorldTransform(callers);
-    painter.setPen(callersPen);
-    painter.setBrush(callersBrush);
+}  // namespace
+
+void paintCharacter(QPainter& painter, const QRectF& area, const CharacterPaints& paints,
+                    CharacterState state, double breath) {
+    PainterKeeper keeper(painter);
+    if (!enterDesignSpace(painter, area))
+        return;
+    // The floor stays put while the body breathes above it.
+    drawFloorShadow(painter);
+    drawFigure(painter, paints, state, breath);
+}
+
+void paintFloorShadow(QPainter& painter, const QRectF& area) {
+    PainterKeeper keeper(painter);
+    if (enterDesignSpace(painter, area))
+        drawFloorShadow(painter);
+}
+
+void paintFigure(QPainter& painter, const QRectF& area, const CharacterPaints& paints,
+                 CharacterState state, double breath) {
+    PainterKeeper keeper(painter);
+    if (enterDesignSpace(painter, area))
+        drawFigure(painter, paints, state, breath);
 }
 
 }  // namespace lumenary

@@ -61,6 +61,14 @@ void paintCharacter(QPainter& painter, const QRectF& area, const CharacterPaints
 void paintCharacter(QPainter& painter, const QRectF& area, const CharacterPalette& palette,
                     CharacterState state, double breath);
 
+/// The two layers paintCharacter() draws, for callers that keep them apart: the floor shadow,
+/// which never moves, and the figure (body and face) lifted by `breath`. Same fitting, painter
+/// handling and empty-area rules as paintCharacter(); the shadow first, then the figure over it,
+/// paints the same picture.
+void paintFloorShadow(QPainter& painter, const QRectF& area);
+void paintFigure(QPainter& painter, const QRectF& area, const CharacterPaints& paints,
+                 CharacterState state, double breath);
+
 /// The two passes, in design units on the painter's current transform, body first. The body pass
 /// is everything except the face details; the face pass is brows, eyes, nose, cheeks, mouth and,
 /// asleep, the floating letters. Each may change the painter's pen, brush and transform.
