@@ -213,7 +213,7 @@ TEST(AppDelegate, ASlowModelLeavesTheEventLoopRunning) {
     options.services.key = [](Provider) { return std::optional<std::string>("key"); };
     options.services.complete = [](const Conversation::Request&,
                                    const std::optional<std::string>&) {
-        std::this_thread::sleep_for(std::chrono::seconds(2));
+        std::this_thread::sleep_for(std::chrono::seconds(20));
         return Expected<std::string, ModelError>(std::string("fine, and you?"));
     };
     AppDelegate delegate(options);
@@ -228,12 +228,13 @@ TEST(AppDelegate, ASlowModelLeavesTheEventLoopRunning) {
 
     delegate.conversation().send("how are you");
     EXPECT_TRUE(delegate.conversation().isThinking());
-    ASSERT_TRUE(runEventsUntil([&] { return !delegate.conversation().isThinking(); }, 20000));
+    ASSERT_TRUE(runEventsUntil([&] { return !delegate.conversation().isThinking(); }, 90000));
     EXPECT_EQ(delegate.store().transcript().back().text, "fine, and you?");
-    // Two seconds at 24 frames and 100 ticks a second; a quarter of that is plenty of margin
-    // for a loaded machine and still impossible if the wait had blocked the loop.
-    EXPECT_GE(frames, 12);
-    EXPECT_GE(ticks, 50);
+    // A provider that takes twenty seconds: at 24 frames and 100 ticks a second, a quarter of
+    // what that gives is plenty of margin for a loaded machine and still impossible if the wait
+    // had blocked the loop.
+    EXPECT_GE(frames, 120);
+    EXPECT_GE(ticks, 500);
 }
 
 }  // namespace
