@@ -136,6 +136,13 @@ xdotool type --delay 30 "did you eat"
 xdotool key Return
 wait_for 30 grep -q '"speaker": "her"' "$store/chat.json" || fail "no answer was saved"
 grep -q '"text": "did you eat"' "$store/chat.json" || fail "the message was not saved"
+grep -q '"realDate": "20[0-9][0-9]-' "$store/chat.json" || fail "her answer carries no real date"
+
+# The screen as it stands, kept beside the test's build for a person to look at
+# (xwud -in desktop-end-to-end.xwd, or convert it with any image tool).
+sleep 0.5
+xwd -root -silent >"${LUMENARY_ARTIFACTS:-.}/desktop-end-to-end.xwd" 2>/dev/null ||
+    echo "note: no screenshot taken (xwd failed)" >&2
 
 xdotool key ctrl+q
 wait_exit 30
