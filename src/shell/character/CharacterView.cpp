@@ -5,6 +5,9 @@
 #include <QFile>
 #include <QImage>
 #include <QPainter>
+#include <algorithm>
+#include <cmath>
+#include <optional>
 #include <system_error>
 
 #include "character/CharacterLook.h"
@@ -33,6 +36,31 @@ struct CharacterView::Private {
     int observation = 0;
     int portraitVersion = 0;
     bool loaded = false;
+
+    // What the last paint showed. Breath moves a little every frame, but most frames it moves
+    // the figure by less than the quarter device pixel the picture can show, and those frames
+    // need no repaint: at 24 frames a second that is most of an idle panel's drawing.
+    struct Shown {
+        CharacterState state = CharacterState::idle;
+        long quarterPixels = 0;
+        CharacterPalette palette;
+        PortraitStyle style = PortraitStyle::cute;
+    };
+    std::optional<Shown> shown = std::nullopt;
+
+    Shown wanted(const QWidget& view) const {
+        const double pixelsPerUnit =
+            std::min(view.width() / 120.0, view.height() / 160.0) * view.devicePixelRatioF();
+        const double breath = std::isfinite(animator.breath()) ? animator.breath() : 0;
+        return {animator.state(), std::lround(breath * pixelsPerUnit * 4), store.persona().palette,
+                store.persona().portraitStyle};
+    }
+
+    bool showsAlready(const Shown& frame) const {
+        return shown && shown->state == frame.state &&
+               shown->quarterPixels == frame.quarterPixels && shown->style == frame.style &&
+               shown->palette == frame.palette;
+    }
 
     void reload() {
         look.setStyle(store.persona().portraitStyle);
@@ -63,7 +91,8 @@ CharacterView::CharacterView(CharacterAnimator& animator, const Store& store, QW
         // Before the first show nothing is loaded yet; the first paint loads.
         if (d_->loaded)
             d_->sync();
-        update();
+        if (!d_->showsAlready(d_->wanted(*this)))
+            update();
     });
 }
 
@@ -77,6 +106,7 @@ void CharacterView::setPortraitVersion(int version) {
     d_->portraitVersion = version;
     if (d_->loaded)
         d_->reload();
+    d_->shown.reset();
     update();
 }
 
@@ -91,6 +121,7 @@ void CharacterView::showEvent(QShowEvent* event) {
 
 void CharacterView::paintEvent(QPaintEvent*) {
     d_->sync();
+    d_->shown = d_->wanted(*this);
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     d_->look.paint(painter, QRectF(rect()), d_->animator.state(), d_->animator.breath());
