@@ -202,10 +202,13 @@ BubbleDelegate::Laid BubbleDelegate::laidOut(const QModelIndex& index, bool forP
 
     if (kind == BubbleKind::herReal) {
         const QFontMetricsF metrics(captionFont_);
-        const qreal width =
-            forPainting
-                ? metrics.horizontalAdvance(index.data(ChatThreadModel::CaptionRole).toString())
-                : 1;
+        // Rounded up and given a pixel to spare, so that the date is never shortened for want of
+        // a fraction of a pixel when it is drawn.
+        const qreal width = forPainting
+                                ? std::ceil(metrics.horizontalAdvance(
+                                      index.data(ChatThreadModel::CaptionRole).toString())) +
+                                      1
+                                : 1;
         laid.captionSize = QSizeF(kDot + kDotGap + width, metrics.height());
     }
     return laid;
@@ -353,9 +356,9 @@ void BubbleDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option
                                   g.bubble.right() - kPadX - g.caption.left() - kDot - kDotGap,
                                   g.caption.height());
                 const QString caption =
-                    QFontMetrics(captionFont_)
+                    QFontMetricsF(captionFont_)
                         .elidedText(index.data(ChatThreadModel::CaptionRole).toString(),
-                                    Qt::ElideRight, static_cast<int>(room.width()));
+                                    Qt::ElideRight, room.width());
                 painter->drawText(room, Qt::AlignLeft | Qt::AlignVCenter, caption);
             }
             break;

@@ -161,6 +161,8 @@ bool render(const std::filesystem::path& out) {
                   1'565'791'920);
         scene.say(Speaker::me, "I miss you calling every evening.");
         scene.say(Speaker::her, "I know, kanna.");
+        // A short real message: its bubble must still be wide enough for the whole date.
+        scene.say(Speaker::her, "Did you eat?", 1'556'652'600);
         scene.say(Speaker::her,
                   "Call your sister today. She worries about you more than she says.");
         scene.say(Speaker::me, "Tell me something only you would say 🌸");
