@@ -9,6 +9,7 @@
 #include "chat/ChatPreview.h"
 #include "panel/PanelPreview.h"
 #include "preview/CharacterPreviews.h"
+#include "preview/OffscreenApplication.h"
 
 namespace lumenary {
 
@@ -24,14 +25,7 @@ int Preview::variants(const std::string& out, std::ostream& err) {
 }
 int Preview::screens(const std::string& out, std::ostream& err) {
     // One application on the offscreen platform for both sets of pictures.
-    int argc = 1;
-    char name[] = "lumenary";
-    char* argv[] = {name, nullptr};
-    std::unique_ptr<QApplication> app;
-    if (QCoreApplication::instance() == nullptr) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        app = std::make_unique<QApplication>(argc, argv);
-    }
+    const OffscreenApplication application;
     if (PanelPreview::render(out, err) != 0)
         return 1;
     if (!ChatPreview::render(out)) {

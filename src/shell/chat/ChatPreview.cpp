@@ -11,6 +11,7 @@
 #include "chat/ChatWindow.h"
 #include "common/Scheduler.h"
 #include "conversation/Conversation.h"
+#include "preview/OffscreenApplication.h"
 #include "providers/ProviderError.h"
 
 namespace lumenary::ChatPreview {
@@ -139,14 +140,7 @@ std::vector<ChatMessage> sampleArchive() {
 }  // namespace
 
 bool render(const std::filesystem::path& out) {
-    std::unique_ptr<QApplication> ownApplication;
-    if (QApplication::instance() == nullptr) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        static int argc = 1;
-        static char name[] = "lumenary";
-        static char* argv[] = {name, nullptr};
-        ownApplication = std::make_unique<QApplication>(argc, argv);
-    }
+    const OffscreenApplication application;
     std::error_code error;
     std::filesystem::create_directories(out, error);
     bool written = true;

@@ -10,6 +10,7 @@
 
 #include "QtScheduler.h"
 #include "panel/CompanionPanel.h"
+#include "preview/OffscreenApplication.h"
 
 namespace lumenary::PanelPreview {
 namespace {
@@ -46,14 +47,7 @@ bool save(const QWidget& widget, const std::filesystem::path& file, std::ostream
 }  // namespace
 
 int render(const std::string& out, std::ostream& err) {
-    int argc = 1;
-    char name[] = "lumenary";
-    char* argv[] = {name, nullptr};
-    std::unique_ptr<QApplication> app;
-    if (QCoreApplication::instance() == nullptr) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        app = std::make_unique<QApplication>(argc, argv);
-    }
+    const OffscreenApplication application;
 
     std::error_code error;
     const std::filesystem::path folder(out);

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "character/CharacterLook.h"
+#include "preview/OffscreenApplication.h"
 
 namespace lumenary::CharacterPreviews {
 
@@ -26,24 +27,6 @@ const QColor sheetBackground(0xF6, 0xF1, 0xEC);
 const QColor labelColour(0x5A, 0x52, 0x66);
 // Mid-breath, as the sprite is drawn.
 constexpr double previewBreath = CharacterLook::spriteBreath;
-
-// Makes sure a QGuiApplication exists for fonts and images, on the offscreen platform so that
-// no display is needed; one made here is gone when the preview ends.
-class OffscreenGui {
-public:
-    OffscreenGui() {
-        if (QCoreApplication::instance() != nullptr)
-            return;
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        app_ = std::make_unique<QGuiApplication>(argc_, argv_);
-    }
-
-private:
-    int argc_ = 1;
-    char name_[9] = "lumenary";
-    char* argv_[2] = {name_, nullptr};
-    std::unique_ptr<QGuiApplication> app_;
-};
 
 std::string lowercase(std::string_view text) {
     std::string result(text);
@@ -198,7 +181,7 @@ std::vector<Variant> paletteVariants() {
 }  // namespace
 
 int states(const std::string& out, std::ostream& err) {
-    const OffscreenGui gui;
+    const OffscreenApplication gui;
     Writer writer(out, err);
     if (!writer.makeFolder())
         return 1;
@@ -230,7 +213,7 @@ int states(const std::string& out, std::ostream& err) {
 }
 
 int variants(const std::string& out, std::ostream& err) {
-    const OffscreenGui gui;
+    const OffscreenApplication gui;
     Writer writer(out, err);
     if (!writer.makeFolder())
         return 1;
