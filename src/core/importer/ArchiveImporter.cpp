@@ -20,6 +20,17 @@
 namespace lumenary::ArchiveImporter {
 namespace {
 
+// A zip made by the Mac's Finder carries a resource-fork companion for every file, in a
+// "__MACOSX" folder and named "._" + the file's name ("__MACOSX/._chat.txt"). They hold no
+// text of the chat, and one of them would otherwise be taken for it.
+bool isMacResourceFork(std::string_view entry) {
+    if (entry.starts_with("__MACOSX/") || entry.find("/__MACOSX/") != std::string_view::npos)
+        return true;
+    const std::size_t slash = entry.rfind('/');
+    const std::string_view file = slash == std::string_view::npos ? entry : entry.substr(slash + 1);
+    return file.starts_with("._");
+}
+
 using std::size_t;
 using TextDecoding::Encoding;
 
@@ -352,6 +363,8 @@ Expected<Result, ImportError> loadZip(int descriptor, const struct stat& info) {
         if (name == nullptr)
             continue;
         const std::string_view entry(name);
+        if (isMacResourceFork(entry))
+            continue;
         if (endsWithIgnoringAsciiCase(entry, ".opus"))
             ++voiceNotes;
         if (!chatEntry && endsWithIgnoringAsciiCase(entry, "_chat.txt"))

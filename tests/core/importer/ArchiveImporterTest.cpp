@@ -56,7 +56,8 @@ TEST(ArchiveImporter, ReadsAZipExportWithItsVoiceNotes) {
     const auto text = ArchiveImporter::load(testData("ios-12h-nnbsp.txt"));
     ASSERT_TRUE(text);
     EXPECT_EQ(text->voiceNotes, 0);
-    EXPECT_EQ(testing::sendersAndTexts(text->messages), testing::sendersAndTexts(imported->messages));
+    EXPECT_EQ(testing::sendersAndTexts(text->messages),
+              testing::sendersAndTexts(imported->messages));
 }
 
 TEST(ArchiveImporter, ChoosesTheChatFileInTheOrderOfTheZipsDirectory) {
@@ -81,14 +82,17 @@ TEST(ArchiveImporter, ChoosesTheChatFileInTheOrderOfTheZipsDirectory) {
     ASSERT_TRUE(upper);
     EXPECT_EQ(upper->voiceNotes, 2);
     EXPECT_EQ(testing::sendersAndTexts(upper->messages), (Texts{{"Amma", "from the chat"}}));
-    // A Mac's resource file comes first in its zip's directory; for now it is read like any
-    // other and simply holds no messages.
-    const auto mac = ArchiveImporter::load(
-        writeZip(folder, "mac.zip",
-                 {{"__MACOSX/._chat.txt", std::string("\0\5\26\7\0\2\0\0Mac OS X", 16)},
-                  {"_chat.txt", chat}}));
+    // A Mac's resource-fork files come first in its zip's directory and are never the chat,
+    // nor voice notes.
+    const std::string fork("\0\5\26\7\0\2\0\0Mac OS X", 16);
+    const auto mac = ArchiveImporter::load(writeZip(folder, "mac.zip",
+                                                    {{"__MACOSX/._chat.txt", fork},
+                                                     {"__MACOSX/x/._1-AUDIO.opus", fork},
+                                                     {"x/._notes.txt", fork},
+                                                     {"_chat.txt", chat}}));
     ASSERT_TRUE(mac);
-    EXPECT_TRUE(mac->messages.empty());
+    EXPECT_EQ(testing::sendersAndTexts(mac->messages), (Texts{{"Amma", "from the chat"}}));
+    EXPECT_EQ(mac->voiceNotes, 0);
 }
 
 TEST(ArchiveImporter, ExplainsWhatItCannotRead) {
@@ -144,7 +148,8 @@ TEST(ArchiveImporter, ReadsTheSameExportInEveryEncoding) {
           writeZip(folder, "utf16.zip", {{"_chat.txt", utf16(true)}})}) {
         const auto imported = ArchiveImporter::load(path);
         ASSERT_TRUE(imported) << path;
-        EXPECT_EQ(testing::sendersAndTexts(imported->messages), testing::sendersAndTexts(expected)) << path;
+        EXPECT_EQ(testing::sendersAndTexts(imported->messages), testing::sendersAndTexts(expected))
+            << path;
     }
     const auto latin1 = ArchiveImporter::load(testData("latin1.txt"));
     ASSERT_TRUE(latin1);
