@@ -80,6 +80,18 @@ stop() {
     app=""
 }
 
+# Starts the application $start_runs times, each until its panel is on screen, printing each
+# time and then their median; the times are kept in the file $1.
+time_starts() {
+    : >"$1"
+    for _ in $(seq "$start_runs"); do
+        start_until_panel
+        stop
+        echo "$elapsed" | tee -a "$1"
+    done
+    echo "median: $(median <"$1") s"
+}
+
 ticks() {
     # utime and stime, fields 14 and 15 of /proc/<pid>/stat, counted after the command name.
     sed 's/^.*) //' "/proc/$1/stat" | awk '{ print $12 + $13 }'
@@ -116,21 +128,9 @@ stop
 rm -f "$workdir/_chat.txt"
 echo "seeding and first start: $elapsed s"
 echo "data folder: $(du -sh "$XDG_DATA_HOME/Lumenary" | cut -f1)"
-: >"$workdir/start.txt"
-for _ in $(seq "$start_runs"); do
-    start_until_panel
-    stop
-    echo "$elapsed" | tee -a "$workdir/start.txt"
-done
-echo "median: $(median <"$workdir/start.txt") s"
+time_starts "$workdir/start.txt"
 
 echo
 echo "== start-up to the visible panel, docs/sample-chat.txt, $start_runs runs"
 use_home idle
-: >"$workdir/small.txt"
-for _ in $(seq "$start_runs"); do
-    start_until_panel
-    stop
-    echo "$elapsed" | tee -a "$workdir/small.txt"
-done
-echo "median: $(median <"$workdir/small.txt") s"
+time_starts "$workdir/small.txt"
