@@ -61,6 +61,12 @@ struct Fixture {
 
     void adoptArchive() { store.adopt(archive(), "Amma"); }
 
+    // Lets the model calls in flight finish and their results arrive, without moving the clock.
+    void settle() {
+        scheduler.runBackground();
+        scheduler.runDue();
+    }
+
     std::vector<std::pair<Speaker, std::string>> lines() const {
         std::vector<std::pair<Speaker, std::string>> out;
         for (const auto& turn : store.transcript())
@@ -186,8 +192,7 @@ TEST(Conversation, AFailedCallGoesToLastErrorAndNeverToTheTranscript) {
     f.answers.push_back(fails(401));
     Conversation conversation(f.store, f.animator, f.scheduler, f.services());
     conversation.send("hello");
-    f.scheduler.runBackground();
-    f.scheduler.runDue();
+    f.settle();
     EXPECT_EQ(conversation.lastError(),
               std::optional<std::string>("That API key was rejected. Check it in Settings. ()"));
     EXPECT_EQ(f.lines().size(), 1u);
@@ -229,8 +234,7 @@ TEST(Conversation, LinesStillScheduledAreDroppedOnceTheConversationIsGone) {
     {
         Conversation conversation(f.store, f.animator, f.scheduler, f.services());
         conversation.send("hi");
-        f.scheduler.runBackground();
-        f.scheduler.runDue();
+        f.settle();
     }
     f.scheduler.advance(10);
     EXPECT_EQ(f.lines().size(), 2u);  // "hi" and "a"
@@ -312,8 +316,7 @@ TEST(Conversation, ClearingEmptiesTheSavedTranscriptAndForgetsTheError) {
     f.answers.push_back(fails(500));
     Conversation conversation(f.store, f.animator, f.scheduler, f.services());
     conversation.send("hello");
-    f.scheduler.runBackground();
-    f.scheduler.runDue();
+    f.settle();
     ASSERT_TRUE(conversation.lastError().has_value());
 
     conversation.clear();
