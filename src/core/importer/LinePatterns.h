@@ -36,4 +36,22 @@ std::optional<NoticeGroups> matchBracketedNotice(std::string_view line);
 /// The same for the dash layout: ^(\d{1,4}[/.-]\d{1,2}[/.-]\d{2,4}),\s*(.+?)\s+-\s+
 std::optional<NoticeGroups> matchDashedNotice(std::string_view line);
 
+// Header shapes that the patterns above miss, seen in real exports of other languages and older
+// versions. They are tried only on lines the patterns above do not match, so every line those
+// read is read as before. The time group always starts with a digit; the sender keeps the rules
+// above (it ends at the first colon and has at most 60 characters).
+//   "28/3/2025 9:29 p. m. - Name: text"     no comma between date and time
+//   "[08/11/2017 10:47:45] Name: text"       the same, bracketed
+//   "08/11/2017 10:47:45: Name: text"        the old layout, a colon after the time
+//   "23.3.2020 klo 12.14 - Name: text"       a connector word between date and time (Finnish
+//                                            "klo", and the others in the table)
+// Connector words and dots in the time are allowed in every shape, with or without the comma.
+
+/// One of the shapes above, bracketed when the line starts with "[".
+std::optional<HeaderGroups> matchOtherHeader(std::string_view line);
+
+/// The start of a line in one of the shapes above that names no sender ("28/3/2025 9:29 p. m. -
+/// Ravi left").
+std::optional<NoticeGroups> matchOtherNotice(std::string_view line);
+
 }  // namespace lumenary::LinePatterns

@@ -390,6 +390,10 @@ bool isCallLog(std::string_view text) {
     return isCallLog(text, text::isAscii(text));
 }
 
+bool isAttachmentLine(std::string_view) {
+    return false;  // placeholder until the attachment markers are read
+}
+
 std::string_view trimmedBody(std::string_view body) {
     if (body.empty())
         return body;

@@ -19,6 +19,12 @@ bool isNoiseTrimmed(std::string_view trimmed);
 /// English ones come first.
 std::span<const std::string_view> phrases();
 
+/// True for an attachment line that a caption may follow on the next lines, as Android writes it:
+/// a file name and "(file attached)" in any of the export languages ("IMG-20210312-WA0001.jpg
+/// (file attached)", "… (Datei angehängt)"). `trimmed` as trimmedBody gives it. An attachment line
+/// alone is noise (isNoiseTrimmed says so); the parser makes the caption, if any, the message.
+bool isAttachmentLine(std::string_view trimmed);
+
 /// True when `lowered` contains one of phrases(). Same answer as searching for each in turn.
 bool containsPhrase(std::string_view lowered);
 
