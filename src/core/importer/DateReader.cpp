@@ -543,6 +543,17 @@ std::optional<Timestamp> readJoined(const Text& text, std::string_view dateField
 
 }  // namespace
 
+std::optional<Timestamp> momentOf(const WrittenDate& written) {
+    if (written.hour < 0 || written.hour > 23 || written.minute < 0 || written.minute > 59 ||
+        written.second < 0 || written.second > 59 ||
+        (written.twoDigitYear && (written.year < 0 || written.year > 99))) {
+        return std::nullopt;
+    }
+    const Number year{written.year, written.twoDigitYear};
+    const TimePart time{written.hour, written.minute, written.second};
+    return momentWithYear(year, YearDigits::two, written.month, written.day, time);
+}
+
 std::optional<Timestamp> read(std::string_view dateField, std::string_view timeField,
                               DateOrder order) {
     if (const auto common = readCommonShape(dateField, timeField, order))

@@ -28,5 +28,22 @@ namespace DateReader {
 std::optional<Timestamp> read(std::string_view dateField, std::string_view timeField,
                               DateOrder order);
 
+/// A date and wall-clock time as a header writes them, before the calendar has checked them.
+struct WrittenDate {
+    long long year = 1970;
+    bool twoDigitYear = false;  // the year was written with exactly two digits
+    long long month = 1;
+    long long day = 1;
+    int hour = 0;  // on a 24-hour clock
+    int minute = 0;
+    int second = 0;
+};
+
+/// The moment `written` names in the machine's time zone, on the calendar `read` uses: a year
+/// written with two digits lands in the same hundred years, any other is the year as written;
+/// nothing for a day the calendar lacks, a time out of range or a wall time the zone skips.
+/// Thread-safe.
+std::optional<Timestamp> momentOf(const WrittenDate& written);
+
 }  // namespace DateReader
 }  // namespace lumenary
