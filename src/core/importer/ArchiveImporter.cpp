@@ -291,9 +291,9 @@ Expected<std::vector<ChatMessage>, ImportError> readMessages(ByteSource& source)
     const bool concurrent = ParsePipeline::worthAThread(size);
 
     Encoding encoding = detection.encoding;
-    std::optional<DateOrder> order;
-    // At most: UTF-8 with the order settled late, then Latin-1 likewise.
-    for (int pass = 0; pass < 4; ++pass) {
+    LayoutOrders orders;
+    // At most: UTF-8 with each layout's order settled late, then Latin-1 likewise.
+    for (int pass = 0; pass < 6; ++pass) {
         if (!source.restart())
             return unexpected(source.error());
         Stop stop = Stop::none;
@@ -301,18 +301,18 @@ Expected<std::vector<ChatMessage>, ImportError> readMessages(ByteSource& source)
             [&](LineParser& parser, ParsePipeline::Handover& handover) {
                 return feedSource(source, detection, encoding, parser, handover, stop);
             },
-            order, size, concurrent);
+            orders, size, concurrent);
         if (stop == Stop::readFailed)
             return unexpected(source.error());
         if (stop == Stop::notUtf8) {
             // Not UTF-8 after all: read it all again as Latin-1, order undecided again.
             encoding = Encoding::latin1;
-            order.reset();
+            orders = {};
             continue;
         }
-        if (!run.secondPassOrder)
+        if (!run.secondPassOrders)
             return std::move(run.messages);
-        order = run.secondPassOrder;
+        orders = ParsePipeline::withSecondPassOrders(orders, *run.secondPassOrders);
     }
     return std::vector<ChatMessage>{};  // not reached: the last pass has both settled
 }

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <memory>
 
+#include "importer/DateShapes.h"
 #include "importer/LinePatterns.h"
 #include "importer/NoiseRules.h"
 #include "text/TextRules.h"
@@ -58,8 +59,22 @@ std::pair<long long, long long> leadingNumbers(std::string_view date) {
     return {digitsValue(date.substr(0, first)), digitsValue(date.substr(first + 1, secondLength))};
 }
 
-bool isDirectionMark(std::string_view s, size_t i) {
-    return i + 2 < s.size() && s[i + 1] == '\x80' && (s[i + 2] == '\x8E' || s[i + 2] == '\x8F');
+// The controls of text direction, all three bytes in UTF-8 starting with E2: the marks U+200E and
+// U+200F, the embeddings and overrides U+202A–U+202E and the isolates U+2066–U+2069. Exports put
+// them around names, placeholders and notices; none belongs to what a person wrote. The emoji
+// joiner U+200D, its neighbour, is not one of them.
+bool isDirectionControl(std::string_view s, size_t i) {
+    if (i + 2 >= s.size())
+        return false;
+    const auto second = static_cast<unsigned char>(s[i + 1]);
+    const auto third = static_cast<unsigned char>(s[i + 2]);
+    if (second == 0x80)
+        return third == 0x8E || third == 0x8F || (third >= 0xAA && third <= 0xAE);
+    return second == 0x81 && third >= 0xA6 && third <= 0xA9;
+}
+
+Layout layoutOf(std::string_view line) {
+    return line.front() == '[' ? Layout::bracketed : Layout::dashed;
 }
 
 }  // namespace
@@ -88,8 +103,25 @@ std::string_view DraftBatch::copy(std::string_view first, std::string_view secon
     return std::string_view(out, length);
 }
 
-LineParser::LineParser(std::optional<DateOrder> fixedOrder)
-    : fixedOrder_(fixedOrder), importTime_(now()) {}
+std::optional<LinePatterns::HeaderGroups> matchHeader(std::string_view line) {
+    if (line.empty())
+        return std::nullopt;
+    // The bracketed layout needs '[' first and the dash layout a digit, so one try is enough.
+    const bool bracketed = line.front() == '[';
+    auto header = bracketed ? LinePatterns::matchBracketed(line) : LinePatterns::matchDashed(line);
+    // A bracketed "date" holding the ']' is the lazy group running past a header without a comma
+    // ("[08/11/2017 10:47:45] Ravi: yes, [that] one: …"); no date reads that way.
+    if (!header || (bracketed && header->date.find(']') != std::string_view::npos)) {
+        if (auto other = LinePatterns::matchOtherHeader(line))
+            return other;
+    }
+    return header;
+}
+
+LineParser::LineParser(LayoutOrders fixedOrders) : importTime_(now()) {
+    for (size_t i = 0; i < orders_.size(); ++i)
+        orders_[i].fixed = fixedOrders[i];
+}
 
 void LineParser::addText(std::string_view text) {
     size_t start = 0;
@@ -108,16 +140,14 @@ void LineParser::addText(std::string_view text) {
 void LineParser::addLine(std::string_view line, bool beforeNewline, bool lasting) {
     if (needsSecondPass())
         return;
-    // Exports put left-to-right and right-to-left marks around names and placeholders; they
-    // must not reach any field.
     size_t mark = line.find('\xE2');
-    while (mark != std::string_view::npos && !isDirectionMark(line, mark)) {
+    while (mark != std::string_view::npos && !isDirectionControl(line, mark)) {
         mark = line.find('\xE2', mark + 1);
     }
     if (mark != std::string_view::npos) {
         withoutMarks_.assign(line.substr(0, mark));
         for (size_t i = mark; i < line.size();) {
-            if (line[i] == '\xE2' && isDirectionMark(line, i)) {
+            if (line[i] == '\xE2' && isDirectionControl(line, i)) {
                 i += 3;
             } else {
                 withoutMarks_.push_back(line[i++]);
@@ -130,39 +160,72 @@ void LineParser::addLine(std::string_view line, bool beforeNewline, bool lasting
         line.remove_suffix(1);
 
     if (!line.empty() && mayStartHeader(line)) {
-        const bool bracketed = line.front() == '[';
-        const auto header =
-            bracketed ? LinePatterns::matchBracketed(line) : LinePatterns::matchDashed(line);
-        if (header) {
-            addHeader(header->date, header->time, header->sender, header->body, lasting);
+        const Layout layout = layoutOf(line);
+        if (const auto header = matchHeader(line)) {
+            addHeader(layout, *header, lasting);
             return;
         }
         // A line that starts like a header but names no sender is a notice of the app ("Ravi
         // left"): it is dropped rather than joined to the message before it.
-        const auto notice = bracketed ? LinePatterns::matchBracketedNotice(line)
-                                      : LinePatterns::matchDashedNotice(line);
+        auto notice = layout == Layout::bracketed ? LinePatterns::matchBracketedNotice(line)
+                                                  : LinePatterns::matchDashedNotice(line);
+        if (!notice)
+            notice = LinePatterns::matchOtherNotice(line);
         if (notice) {
-            noteNumbers(notice->date);
-            if (needsSecondPass() || isDroppedNotice(notice->date, notice->time))
+            noteNumbers(layout, notice->date);
+            if (needsSecondPass())
                 return;
+            if (isDroppedNotice(layout, notice->date, notice->time)) {
+                addNotice(layout, notice->date, notice->time);
+                return;
+            }
         }
     }
     addContinuation(line);
 }
 
-void LineParser::addHeader(std::string_view date, std::string_view time, std::string_view sender,
-                           std::string_view body, bool lasting) {
-    noteNumbers(date);
+void LineParser::addHeader(Layout layout, const LinePatterns::HeaderGroups& header, bool lasting) {
+    noteNumbers(layout, header.date);
     if (needsSecondPass())
         return;
-    const std::string_view text = NoiseRules::trimmedBody(body);
-    if (text.empty() || NoiseRules::isNoiseTrimmed(text))
+    const std::string_view text = NoiseRules::trimmedBody(header.body);
+    // An attachment's caption, if it has one, follows on the next lines: the message starts
+    // empty and is dropped if nothing comes.
+    const bool attachment =
+        !text.empty() && text.back() == ')' && NoiseRules::isAttachmentLine(text);
+    if (!attachment && (text.empty() || NoiseRules::isNoiseTrimmed(text)))
         return;
-    if (open_)
-        batch_.drafts.push_back(*open_);
-    open_ = MessageDraft{text::trimSpacesAndTabs(sender), text, date, time, settledOrder()};
+    closeOpenDraft();
+    open_ = MessageDraft{text::trimSpacesAndTabs(header.sender),
+                         attachment ? std::string_view() : text,
+                         header.date,
+                         header.time,
+                         settledOrder(layout),
+                         layout};
     if (!lasting)
         keepOpenDraftIn(batch_);
+}
+
+void LineParser::addNotice(Layout layout, std::string_view date, std::string_view time) {
+    if (settledOrder(layout))
+        return;  // only the undecided comparison has a use for its date
+    MessageDraft notice{{}, {}, batch_.copy(date), batch_.copy(time), std::nullopt, layout, true};
+    if (open_) {
+        noticesAfterOpen_.push_back(notice);
+    } else {
+        batch_.drafts.push_back(notice);
+    }
+}
+
+void LineParser::closeOpenDraft() {
+    if (!open_)
+        return;
+    // An attachment that no caption followed is no message.
+    if (!open_->text.empty())
+        batch_.drafts.push_back(*open_);
+    open_.reset();
+    batch_.drafts.insert(batch_.drafts.end(), noticesAfterOpen_.begin(), noticesAfterOpen_.end());
+    noticesAfterOpen_.clear();
 }
 
 void LineParser::keepOpenDraftIn(DraftBatch& batch) {
@@ -170,16 +233,20 @@ void LineParser::keepOpenDraftIn(DraftBatch& batch) {
     open_->text = batch.copy(open_->text);
     open_->dateField = batch.copy(open_->dateField);
     open_->timeField = batch.copy(open_->timeField);
+    for (MessageDraft& notice : noticesAfterOpen_) {
+        notice.dateField = batch.copy(notice.dateField);
+        notice.timeField = batch.copy(notice.timeField);
+    }
 }
 
-bool LineParser::isDroppedNotice(std::string_view date, std::string_view time) {
-    if (const std::optional<DateOrder> order = settledOrder()) {
-        return DateReader::read(date, time, *order).has_value();
+bool LineParser::isDroppedNotice(Layout layout, std::string_view date, std::string_view time) {
+    if (const std::optional<DateOrder> order = settledOrder(layout)) {
+        return DateShapes::readAny(date, time, *order).has_value();
     }
-    const bool dayFirst = DateReader::read(date, time, DateOrder::dayFirst).has_value();
-    const bool monthFirst = DateReader::read(date, time, DateOrder::monthFirst).has_value();
+    const bool dayFirst = DateShapes::readAny(date, time, DateOrder::dayFirst).has_value();
+    const bool monthFirst = DateShapes::readAny(date, time, DateOrder::monthFirst).has_value();
     if (dayFirst != monthFirst)
-        noticeJudgedDayFirst_ = true;
+        state(layout).noticeJudgedDayFirst = true;
     return dayFirst;
 }
 
@@ -189,30 +256,40 @@ void LineParser::addContinuation(std::string_view line) {
     const std::string_view trimmed = text::trimSpacesAndTabs(line);
     if (trimmed.empty())
         return;
-    open_->text = batch_.copy(open_->text, "\n", trimmed);
+    open_->text =
+        open_->text.empty() ? batch_.copy(trimmed) : batch_.copy(open_->text, "\n", trimmed);
 }
 
-void LineParser::noteNumbers(std::string_view dateField) {
-    if (fixedOrder_ || evidence_ == Evidence::dayFirst)
+void LineParser::noteNumbers(Layout layout, std::string_view dateField) {
+    OrderState& order = state(layout);
+    if (order.fixed || order.evidence == Evidence::dayFirst)
         return;
     const auto [first, second] = leadingNumbers(dateField);
     if (first > 12) {
+        // A year written first ("2016-08-06") says nothing about the order of day and month.
+        if (DateShapes::isYearFirst(dateField))
+            return;
         // After a month above 12 only month-first readings were made; the day-first ones of
         // the messages since then are missing.
-        if (evidence_ == Evidence::monthFirst)
-            secondPassOrder_ = DateOrder::dayFirst;
-        evidence_ = Evidence::dayFirst;
-    } else if (second > 12 && evidence_ == Evidence::none) {
-        evidence_ = Evidence::monthFirst;
-        if (noticeJudgedDayFirst_)
-            secondPassOrder_ = DateOrder::monthFirst;
+        if (order.evidence == Evidence::monthFirst) {
+            order.secondPass = DateOrder::dayFirst;
+            needsSecondPass_ = true;
+        }
+        order.evidence = Evidence::dayFirst;
+    } else if (second > 12 && order.evidence == Evidence::none) {
+        order.evidence = Evidence::monthFirst;
+        if (order.noticeJudgedDayFirst) {
+            order.secondPass = DateOrder::monthFirst;
+            needsSecondPass_ = true;
+        }
     }
 }
 
-std::optional<DateOrder> LineParser::settledOrder() const {
-    if (fixedOrder_)
-        return fixedOrder_;
-    switch (evidence_) {
+std::optional<DateOrder> LineParser::settledOrder(Layout layout) const {
+    const OrderState& order = state(layout);
+    if (order.fixed)
+        return order.fixed;
+    switch (order.evidence) {
         case Evidence::dayFirst:
             return DateOrder::dayFirst;
         case Evidence::monthFirst:
@@ -232,12 +309,16 @@ DraftBatch LineParser::takeBatch() {
 }
 
 DraftBatch LineParser::finish(ParseOutcome& outcome) {
-    if (open_ && !needsSecondPass())
-        batch_.drafts.push_back(*open_);
+    if (!needsSecondPass())
+        closeOpenDraft();
     open_.reset();
-    outcome.secondPassOrder = secondPassOrder_;
-    outcome.order = settledOrder();
-    outcome.undecidedNoticeJudgedDayFirst = noticeJudgedDayFirst_;
+    noticesAfterOpen_.clear();
+    for (const Layout layout : {Layout::dashed, Layout::bracketed}) {
+        LayoutOutcome& result = outcome.layouts[static_cast<size_t>(layout)];
+        result.secondPassOrder = state(layout).secondPass;
+        result.order = settledOrder(layout);
+        result.undecidedNoticeJudgedDayFirst = state(layout).noticeJudgedDayFirst;
+    }
     outcome.importTime = importTime_;
     DraftBatch last = std::move(batch_);
     batch_ = DraftBatch();

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-#include "importer/DateReader.h"
+#include "importer/DateShapes.h"
 
 namespace lumenary {
 namespace {
@@ -35,30 +35,28 @@ MessageAssembler::MessageAssembler(std::size_t textBytes) {
 void MessageAssembler::add(const DraftBatch& batch) {
     for (const MessageDraft& draft : batch.drafts) {
         auto read = [&](DateOrder order) {
-            return DateReader::read(draft.dateField, draft.timeField, order).value_or(NAN);
+            return DateShapes::readAny(draft.dateField, draft.timeField, order).value_or(NAN);
         };
-        messages_.push_back(ChatMessage{uuids_.next(), std::string(draft.sender),
-                                        std::string(draft.text),
-                                        read(draft.order.value_or(DateOrder::dayFirst))});
+        auto& undecided = undecided_[static_cast<std::size_t>(draft.layout)];
+        if (draft.notice) {
+            undecided.push_back({kNotice, read(DateOrder::dayFirst), read(DateOrder::monthFirst)});
+            continue;
+        }
+        const double date = read(draft.order.value_or(DateOrder::dayFirst));
         if (!draft.order)
-            monthFirstReadings_.push_back(read(DateOrder::monthFirst));
+            undecided.push_back({messages_.size(), date, read(DateOrder::monthFirst)});
+        messages_.push_back(
+            ChatMessage{uuids_.next(), std::string(draft.sender), std::string(draft.text), date});
     }
 }
 
-void MessageAssembler::adoptMonthFirstReadings() {
-    for (std::size_t i = 0; i < monthFirstReadings_.size(); ++i) {
-        messages_[i].date = monthFirstReadings_[i];
-    }
-}
-
-std::optional<DateOrder> MessageAssembler::finish(const ParseOutcome& outcome) {
-    if (outcome.secondPassOrder)
-        return outcome.secondPassOrder;
-    if (outcome.order == DateOrder::monthFirst) {
-        adoptMonthFirstReadings();
-    } else if (!outcome.order) {
+std::optional<DateOrder> MessageAssembler::settle(const LayoutOutcome& outcome,
+                                                  const std::vector<Undecided>& undecided) {
+    bool monthFirst = outcome.order == DateOrder::monthFirst;
+    if (!outcome.order) {
         // No number above 12 anywhere: an export is written in time order, so the reading that
-        // steps back in time less often is the right one, with day first on a tie.
+        // steps back in time less often is the right one, with day first on a tie. The app's
+        // notices are written in time order too, so their dates count as well.
         long long dayFirstSteps = 0, monthFirstSteps = 0;
         double lastDayFirst = NAN, lastMonthFirst = NAN;
         auto step = [](double date, double& last, long long& steps) {
@@ -68,17 +66,42 @@ std::optional<DateOrder> MessageAssembler::finish(const ParseOutcome& outcome) {
                 ++steps;
             last = date;
         };
-        for (std::size_t i = 0; i < messages_.size(); ++i) {
-            step(messages_[i].date, lastDayFirst, dayFirstSteps);
-            step(monthFirstReadings_[i], lastMonthFirst, monthFirstSteps);
+        for (const Undecided& reading : undecided) {
+            step(reading.dayFirst, lastDayFirst, dayFirstSteps);
+            step(reading.monthFirst, lastMonthFirst, monthFirstSteps);
         }
         if (monthFirstSteps < dayFirstSteps) {
             // An app notice was kept or dropped on its day-first reading.
             if (outcome.undecidedNoticeJudgedDayFirst)
                 return DateOrder::monthFirst;
-            adoptMonthFirstReadings();
+            monthFirst = true;
         }
     }
+    if (monthFirst) {
+        for (const Undecided& reading : undecided) {
+            if (reading.message != kNotice)
+                messages_[reading.message].date = reading.monthFirst;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<LayoutOrders> MessageAssembler::finish(const ParseOutcome& outcome) {
+    LayoutOrders again;
+    bool parseAgain = false;
+    // A parse that stopped early saw only part of the text: nothing else can be settled on it.
+    for (std::size_t layout = 0; layout < again.size(); ++layout) {
+        again[layout] = outcome.layouts[layout].secondPassOrder;
+        parseAgain = parseAgain || again[layout].has_value();
+    }
+    if (parseAgain)
+        return again;
+    for (std::size_t layout = 0; layout < again.size(); ++layout) {
+        again[layout] = settle(outcome.layouts[layout], undecided_[layout]);
+        parseAgain = parseAgain || again[layout].has_value();
+    }
+    if (parseAgain)
+        return again;
     for (ChatMessage& message : messages_) {
         if (std::isnan(message.date))
             message.date = outcome.importTime;

@@ -8,9 +8,9 @@
 #include <optional>
 #include <vector>
 
+#include "common/Uuid.h"
 #include "importer/ChatMessage.h"
 #include "importer/LineParser.h"
-#include "common/Uuid.h"
 
 namespace lumenary {
 
@@ -23,17 +23,28 @@ public:
 
     void add(const DraftBatch& batch);
 
-    /// Settles the dates with what the parser learnt. Gives the order to parse the whole text
-    /// again with, or nothing when the messages are ready for takeMessages().
-    std::optional<DateOrder> finish(const ParseOutcome& outcome);
+    /// Settles the dates with what the parser learnt. Gives the orders to parse the whole text
+    /// again with (set for the layouts that need it), or nothing when the messages are ready for
+    /// takeMessages().
+    std::optional<LayoutOrders> finish(const ParseOutcome& outcome);
 
     std::vector<ChatMessage> takeMessages() { return std::move(messages_); }
 
 private:
-    void adoptMonthFirstReadings();
+    /// A date read both ways before its layout's order was known.
+    struct Undecided {
+        std::size_t message;  // its index in messages_, or kNotice
+        double dayFirst;
+        double monthFirst;
+    };
+    static constexpr std::size_t kNotice = static_cast<std::size_t>(-1);
+
+    /// Settles one layout: gives the order to parse again with, if the text must be.
+    std::optional<DateOrder> settle(const LayoutOutcome& outcome,
+                                    const std::vector<Undecided>& undecided);
 
     std::vector<ChatMessage> messages_;
-    std::vector<double> monthFirstReadings_;  // of the first messages, read both ways
+    std::array<std::vector<Undecided>, 2> undecided_;  // by Layout, in text order
     UuidGenerator uuids_;
 };
 

@@ -157,9 +157,16 @@ bool runOnTwoThreads(const Feed& feed, LineParser& parser, MessageAssembler& ass
 
 }  // namespace
 
-Run run(const Feed& feed, std::optional<DateOrder> fixedOrder, std::size_t textBytes,
-        bool concurrent) {
-    LineParser parser(fixedOrder);
+LayoutOrders withSecondPassOrders(LayoutOrders fixed, const LayoutOrders& again) {
+    for (std::size_t layout = 0; layout < fixed.size(); ++layout) {
+        if (again[layout])
+            fixed[layout] = again[layout];
+    }
+    return fixed;
+}
+
+Run run(const Feed& feed, LayoutOrders fixedOrders, std::size_t textBytes, bool concurrent) {
+    LineParser parser(fixedOrders);
     MessageAssembler assembler(textBytes);
     ParseOutcome outcome;
     Run result;
@@ -168,8 +175,8 @@ Run run(const Feed& feed, std::optional<DateOrder> fixedOrder, std::size_t textB
     }
     if (!result.fed)
         return result;
-    result.secondPassOrder = assembler.finish(outcome);
-    if (!result.secondPassOrder)
+    result.secondPassOrders = assembler.finish(outcome);
+    if (!result.secondPassOrders)
         result.messages = assembler.takeMessages();
     return result;
 }

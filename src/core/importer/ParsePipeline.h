@@ -35,16 +35,19 @@ public:
 using Feed = std::function<bool(LineParser& parser, Handover& handover)>;
 
 struct Run {
-    bool fed = false;                          // false: the feed gave up
-    std::optional<DateOrder> secondPassOrder;  // set: parse the whole text again this way
-    std::vector<ChatMessage> messages;         // when fed and no second pass is needed
+    bool fed = false;  // false: the feed gave up
+    /// Set: parse the whole text again, with the orders of `fixedOrders` and these.
+    std::optional<LayoutOrders> secondPassOrders;
+    std::vector<ChatMessage> messages;  // when fed and no second pass is needed
 };
 
 /// One pass over the text. `textBytes` sizes the message list; `concurrent` runs the feed on a
 /// worker thread (worth it from about a megabyte of text). An exception on either side reaches
 /// the caller after both have stopped.
-Run run(const Feed& feed, std::optional<DateOrder> fixedOrder, std::size_t textBytes,
-        bool concurrent);
+Run run(const Feed& feed, LayoutOrders fixedOrders, std::size_t textBytes, bool concurrent);
+
+/// The orders for the next pass: `fixed`, with those of `again` where it sets them.
+LayoutOrders withSecondPassOrders(LayoutOrders fixed, const LayoutOrders& again);
 
 /// True when a text of this size is worth a second thread on this machine.
 bool worthAThread(std::size_t textBytes);

@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-#include "importer/LinePatterns.h"
+#include "importer/DateShapes.h"
+#include "importer/LineParser.h"
 #include "importer/ParsePipeline.h"
 #include "text/TextRules.h"
 
@@ -34,27 +35,23 @@ bool feedSlices(std::string_view text, LineParser& parser, ParsePipeline::Handov
 
 std::vector<ChatMessage> parse(std::string_view text) {
     const bool concurrent = ParsePipeline::worthAThread(text.size());
-    std::optional<DateOrder> order;
+    LayoutOrders orders;
     for (;;) {
         ParsePipeline::Run run = ParsePipeline::run(
             [&](LineParser& parser, ParsePipeline::Handover& handover) {
                 return feedSlices(text, parser, handover);
             },
-            order, text.size(), concurrent);
-        // Rare: the text settled its date order too late for one pass. With the order fixed,
-        // the second pass always completes.
-        if (!run.secondPassOrder)
+            orders, text.size(), concurrent);
+        // Rare: the text settled its date order too late for one pass. With the order of a
+        // layout fixed, it never asks again.
+        if (!run.secondPassOrders)
             return std::move(run.messages);
-        order = run.secondPassOrder;
+        orders = ParsePipeline::withSecondPassOrders(orders, *run.secondPassOrders);
     }
 }
 
 std::optional<Hit> match(std::string_view line) {
-    if (line.empty())
-        return std::nullopt;
-    // The bracketed layout needs '[' first and the dash layout a digit, so one try is enough.
-    const auto groups =
-        line.front() == '[' ? LinePatterns::matchBracketed(line) : LinePatterns::matchDashed(line);
+    const auto groups = matchHeader(line);
     if (!groups)
         return std::nullopt;
     return Hit{groups->date, groups->time, text::trimSpacesAndTabs(groups->sender), groups->body};
@@ -62,7 +59,7 @@ std::optional<Hit> match(std::string_view line) {
 
 std::optional<Timestamp> parseDate(std::string_view dateField, std::string_view timeField,
                                    DateOrder order) {
-    return DateReader::read(dateField, timeField, order);
+    return DateShapes::readAny(dateField, timeField, order);
 }
 
 }  // namespace lumenary::WhatsAppParser

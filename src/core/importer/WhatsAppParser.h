@@ -34,10 +34,11 @@ std::vector<ChatMessage> parse(std::string_view text);
 /// placeholder, a call log entry, a bare link, or nothing but white space.
 bool isNoise(std::string_view body);
 
-/// The header fields of `line`, bracketed layout first, or nothing.
+/// The header fields of `line` in any shape the parser reads, or nothing.
 std::optional<Hit> match(std::string_view line);
 
-/// Reads dateField + ", " + timeField with the ten export formats in the machine's time zone.
+/// Reads a header's date and time in the machine's time zone: dateField + ", " + timeField with
+/// the ten export formats, else in the other shapes real exports write (DateShapes).
 std::optional<Timestamp> parseDate(std::string_view dateField, std::string_view timeField,
                                    DateOrder order = DateOrder::dayFirst);
 

@@ -181,6 +181,75 @@ TEST(WhatsAppParser, DecidesTheDateOrderOnceForTheWholeFile) {
     EXPECT_EQ(civilOf(dayFirst[2]), (CivilTime{2021, 1, 14, 10, 0, 0}));
 }
 
+TEST(WhatsAppParser, CountsTheDatesOfNoticesWhenTheOrderIsUndecided) {
+    // Both messages run forward either way; only the notice, read day first, steps back (to
+    // 5 January, before 4 February), so the file is month first.
+    const auto messages = WhatsAppParser::parse(
+        "3/1/21, 10:00 - Amma: one\n"
+        "4/2/21, 10:00 - Amma: two\n"
+        "5/1/21, 10:00 - Ravi left\n"
+        "still two\n");
+    ASSERT_THAT(testing::sendersAndTexts(messages),
+                ElementsAre(Pair("Amma", "one"), Pair("Amma", "two\nstill two")));
+    EXPECT_EQ(civilOf(messages[0]), (CivilTime{2021, 3, 1, 10, 0, 0}));
+    EXPECT_EQ(civilOf(messages[1]), (CivilTime{2021, 4, 2, 10, 0, 0}));
+
+    // A notice is evidence of the order by its numbers, too.
+    const auto byNumber = WhatsAppParser::parse(
+        "3/1/21, 10:00 - Amma: one\n3/25/21, 10:00 - Ravi left\n4/2/21, 10:00 - Amma: two\n");
+    ASSERT_EQ(byNumber.size(), 2u);
+    EXPECT_EQ(civilOf(byNumber[1]), (CivilTime{2021, 4, 2, 10, 0, 0}));
+}
+
+TEST(WhatsAppParser, DecidesTheOrderOfEachLayoutOfAMergedExport) {
+    // An iPhone part written in the US, an Android part written in India, in one file.
+    const std::string iphone =
+        "[3/1/21, 9:05:00 PM] Amma: from the iPhone\n"
+        "[3/25/21, 6:30:00 PM] Amma: happy birthday\n";
+    const std::string android =
+        "2/3/2021, 10:00 - Amma: from the Android\n"
+        "25/03/2021, 18:30 - Amma: again\n";
+    for (const std::string& text : {iphone + android, android + iphone}) {
+        const auto messages = WhatsAppParser::parse(text);
+        ASSERT_EQ(messages.size(), 4u);
+        for (const ChatMessage& message : messages) {
+            if (message.text == "from the iPhone") {
+                EXPECT_EQ(civilOf(message), (CivilTime{2021, 3, 1, 21, 5, 0}));
+            }
+            if (message.text == "from the Android") {
+                EXPECT_EQ(civilOf(message), (CivilTime{2021, 3, 2, 10, 0, 0}));
+            }
+        }
+    }
+    // The Android part shows a month above 12 first and a day above 12 only at its end, so it is
+    // read again day first; the iPhone part keeps its month-first dates.
+    const Timestamp before = now();
+    std::string late = "[3/25/21, 6:30:00 PM] Amma: a\n1/13/21, 10:00 - Amma: no such month\n";
+    for (int i = 0; i < 50; ++i)
+        late += "2/3/21, 10:00 - Amma: b\n1/5/21, 10:00 - Ravi: c\n";
+    late += "13/5/21, 10:00 - Amma: d\n[4/1/21, 8:00:00 AM] Amma: e\n";
+    const auto messages = WhatsAppParser::parse(late);
+    ASSERT_EQ(messages.size(), 104u);
+    EXPECT_EQ(civilOf(messages[0]), (CivilTime{2021, 3, 25, 18, 30, 0}));
+    EXPECT_GE(messages[1].date, before);
+    EXPECT_EQ(civilOf(messages[2]), (CivilTime{2021, 3, 2, 10, 0, 0}));
+    EXPECT_EQ(civilOf(messages[3]), (CivilTime{2021, 5, 1, 10, 0, 0}));
+    EXPECT_EQ(civilOf(messages[102]), (CivilTime{2021, 5, 13, 10, 0, 0}));
+    EXPECT_EQ(civilOf(messages[103]), (CivilTime{2021, 4, 1, 8, 0, 0}));
+}
+
+TEST(WhatsAppParser, RemovesEveryDirectionControlButKeepsEmojiJoiners) {
+    const auto messages = WhatsAppParser::parse(
+        "\u202A[12/03/2021, 10:15:32 PM] \u2068Amma\u2069\u202C: \u202Bhi\u202E \u2066\u2067"
+        "\U0001F469\u200D\U0001F467 \u2764\uFE0F\u202D\n"
+        "12/03/21, 22:16 - \u202BRavi\u202C \u2067left\u2069\n"
+        "[12/03/2021, 10:17:00 PM] Amma: \u200E\u2068image omitted\u2069\n");
+    ASSERT_EQ(messages.size(), 1u);
+    EXPECT_EQ(messages[0].sender, "Amma");
+    EXPECT_EQ(messages[0].text, "hi \U0001F469\u200D\U0001F467 \u2764\uFE0F");
+    EXPECT_EQ(civilOf(messages[0]), (CivilTime{2021, 3, 12, 22, 15, 32}));
+}
+
 // Texts of a megabyte or more are parsed on two threads; they must come out as one thread reads
 // them, second pass included (here a day above 12 appears only after months written month
 // first).
@@ -202,7 +271,7 @@ TEST(WhatsAppParser, ReadsLargeTextsOnTwoThreadsAsOnOne) {
             parser.addText(text);
             return true;
         },
-        DateOrder::dayFirst, text.size(), false);
+        LayoutOrders{DateOrder::dayFirst, DateOrder::dayFirst}, text.size(), false);
     ASSERT_EQ(concurrent.size(), single.messages.size());
     for (std::size_t i = 0; i < concurrent.size(); ++i) {
         ASSERT_EQ(concurrent[i].sender, single.messages[i].sender) << i;
