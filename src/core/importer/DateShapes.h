@@ -14,21 +14,27 @@
 namespace lumenary::DateShapes {
 
 /// Reads a header date in one of the shapes beyond the ten formats, in the machine's time zone:
-/// day, month and year separated by one of "/", "." or "-" (the year first when it is written
-/// with four digits, otherwise the day or month first as `order` says), and a time of hours and
-/// minutes, perhaps seconds, separated by ":" or ".", on a 24-hour clock or followed by a day
-/// period ("PM", "pm", "p.m.", "p. m.", with any space before or inside it). Two-digit years
-/// land in the same hundred years as the ten formats put them. Nothing when the fields do not
-/// read or name no real moment. Thread-safe.
+/// day, month and year separated by the same one of "/", "." or "-" twice (the year first when
+/// it is written with three or four digits, then always year, month, day; otherwise the day or
+/// month first as `order` says), and a time of hours and minutes, perhaps seconds, separated by
+/// ":" or ".", on a 24-hour clock or followed by a day period ("PM", "pm", "p", "p.m.",
+/// "p. m.", with any white space before or inside it, or the Arabic and Greek words). Digits of
+/// any script read; white space around the fields and direction marks beside a date's
+/// separators are ignored; anything else unread means nothing. Two-digit years land in the same
+/// hundred years as the ten formats put them. Nothing when the fields do not read or name no
+/// real moment. Thread-safe.
 std::optional<Timestamp> read(std::string_view dateField, std::string_view timeField,
                               DateOrder order);
 
-/// The ten formats first, then the shapes above: how the importer dates a header.
+/// The ten formats first, then the shapes above: how the importer dates a header. What the ten
+/// formats read keeps their reading, so "12-03-21, 22:15" is the year 21 ("dd-MM-yyyy" takes the
+/// year as written) while "12-03-21, 22:15:30", which they miss, is 2021.
 std::optional<Timestamp> readAny(std::string_view dateField, std::string_view timeField,
                                  DateOrder order);
 
-/// True when the date field is written year first ("2016-08-06"): its numbers say nothing about
-/// whether the file writes the day or the month first.
+/// True when the date field is written year first ("2016-08-06"): its first number has three or
+/// four digits and a separator follows it. Its numbers say nothing about whether the file writes
+/// the day or the month first.
 bool isYearFirst(std::string_view dateField);
 
 }  // namespace lumenary::DateShapes
