@@ -24,8 +24,8 @@ struct Number {
     bool outsideBmp = false;  // a digit past U+FFFF: ICU counts it as two, so never "yy"
 };
 
-// Arabic phones put a right-to-left mark beside each separator of a date ("٢٨‏/٣‏/٢٠٢٥") so
-// the numbers stay in order on screen; the marks are invisible and say nothing about the date.
+// Arabic phones put a right-to-left mark (U+200F) beside each separator of a date so the
+// numbers stay in order on screen; the marks are invisible and say nothing about the date.
 bool isDirectionMark(char32_t c) {
     return c == 0x200E || c == 0x200F || c == 0x061C;
 }
