@@ -258,9 +258,15 @@ std::optional<Timestamp> read(std::string_view dateField, std::string_view timeF
 
 std::optional<Timestamp> readAny(std::string_view dateField, std::string_view timeField,
                                  DateOrder order) {
-    if (auto moment = DateReader::read(dateField, timeField, order))
+    const std::optional<Timestamp> moment = DateReader::read(dateField, timeField, order);
+    // "dd-MM-yyyy" and "dd/MM/yyyy" take a year written with two digits as it stands ("12-03-21"
+    // is the year 21), where no chat was ever written: such a date reads as a person reads it.
+    constexpr Timestamp kYear100 = -59011459200;  // 1 January 100, UTC
+    if (moment && *moment >= kYear100)
         return moment;
-    return read(dateField, timeField, order);
+    if (const std::optional<Timestamp> shaped = read(dateField, timeField, order))
+        return shaped;
+    return moment;
 }
 
 bool isYearFirst(std::string_view dateField) {

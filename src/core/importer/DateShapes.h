@@ -27,8 +27,8 @@ std::optional<Timestamp> read(std::string_view dateField, std::string_view timeF
                               DateOrder order);
 
 /// The ten formats first, then the shapes above: how the importer dates a header. What the ten
-/// formats read keeps their reading, so "12-03-21, 22:15" is the year 21 ("dd-MM-yyyy" takes the
-/// year as written) while "12-03-21, 22:15:30", which they miss, is 2021.
+/// formats read keeps their reading, except a date before the year 100: "dd-MM-yyyy" takes the
+/// "21" of "12-03-21, 22:15" as the year 21, which the shapes read as 2021.
 std::optional<Timestamp> readAny(std::string_view dateField, std::string_view timeField,
                                  DateOrder order);
 
