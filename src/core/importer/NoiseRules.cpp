@@ -14,6 +14,7 @@
 #include <span>
 #include <vector>
 
+#include "importer/NoticeTables.h"
 #include "importer/WhatsAppParser.h"
 #include "text/TextRules.h"
 
@@ -22,47 +23,6 @@ namespace NoiseRules {
 namespace {
 
 using std::size_t;
-
-constexpr std::array<std::string_view, 25> kPhrases = {
-    // English
-    "messages and calls are end-to-end encrypted",
-    "media omitted",
-    "image omitted",
-    "video omitted",
-    "audio omitted",
-    "sticker omitted",
-    "gif omitted",
-    "document omitted",
-    "contact card omitted",
-    "this message was deleted",
-    "you deleted this message",
-    "waiting for this message",
-    "changed the subject",
-    "changed this group's icon",
-    "changed their phone number",
-    "added you",
-    "created group",
-    "joined using this group's invite link",
-    "your security code with",
-    "changed to a new phone number",
-    "you were added",
-    "removed you",
-    "left the group",
-    "live location shared",
-    "this message was edited",
-};
-
-// Whether every phrase is ASCII, whose letters the searches below match in either case. A
-// phrase with other letters needs the text truly lower-cased first.
-constexpr bool kPhrasesAreAscii = [] {
-    for (const std::string_view phrase : kPhrases) {
-        for (const char c : phrase) {
-            if (static_cast<unsigned char>(c) >= 0x80)
-                return false;
-        }
-    }
-    return true;
-}();
 
 char asciiLower(char c) {
     return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + ('a' - 'A')) : c;
@@ -106,22 +66,26 @@ bool containsCallIgnoringAsciiCase(std::string_view text) {
 // slides along the text, and the three bytes at its end say how far it may jump without passing
 // over the start of any phrase. Most windows jump several bytes, so a message costs a few table
 // reads instead of one per byte. The tables are indexed by a hash of the three bytes, small enough
-// to stay in the first-level cache; blocks that share a hash only make a jump shorter.
+// to stay in the first-level cache; blocks that share a hash only make a jump shorter. Phrases
+// outside ASCII are searched byte by byte like the others: the text is lower-cased first when
+// that could change it, so equal characters are equal bytes.
 class PhraseIndex {
 public:
     PhraseIndex() {
+        const std::span<const std::string_view> phrases = NoticeTables::phrases();
         shift_.fill(static_cast<std::uint8_t>(kWindow - kBlock + 1));
-        for (size_t i = kPhrases.size(); i-- > 0;) {
-            const std::string_view phrase = kPhrases[i];
+        for (size_t i = phrases.size(); i-- > 0;) {
+            const std::string_view phrase = phrases[i];
             for (size_t j = 0; j + kBlock <= kWindow; ++j) {
                 std::uint8_t& shift = shift_[slotAt(phrase, j)];
                 shift = std::min(shift, static_cast<std::uint8_t>(kWindow - kBlock - j));
             }
-            starting_[slotAt(phrase, 0)].push_back(static_cast<std::uint8_t>(i));
+            starting_[slotAt(phrase, 0)].push_back(static_cast<std::uint16_t>(i));
         }
     }
 
     bool foundIn(std::string_view text) const {
+        const std::span<const std::string_view> phrases = NoticeTables::phrases();
         for (size_t end = kWindow - kBlock; end + kBlock <= text.size();) {
             const std::uint8_t shift = shift_[slotAt(text, end)];
             if (shift > 0) {
@@ -129,8 +93,8 @@ public:
                 continue;
             }
             const size_t start = end - (kWindow - kBlock);
-            for (const std::uint8_t phrase : starting_[slotAt(text, start)]) {
-                if (matchesAt(text, start, kPhrases[phrase]))
+            for (const std::uint16_t phrase : starting_[slotAt(text, start)]) {
+                if (matchesAt(text, start, phrases[phrase]))
                     return true;
             }
             ++end;
@@ -139,18 +103,13 @@ public:
     }
 
 private:
-    static constexpr size_t kWindow = [] {
-        size_t shortest = kPhrases[0].size();
-        for (const std::string_view phrase : kPhrases)
-            shortest = std::min(shortest, phrase.size());
-        return shortest;
-    }();
+    static constexpr size_t kWindow = NoticeTables::kShortestPhrase;
     static constexpr size_t kBlock = 3;
     static_assert(kWindow >= kBlock && kWindow < 256, "the window must hold one block");
     static constexpr size_t kSlots = 8192;
 
-    // OR 0x20 lowers ASCII letters and leaves the other bytes of the phrases (space, "'", "-")
-    // as they are; that it also merges some other bytes only makes a jump shorter.
+    // OR 0x20 lowers ASCII letters and leaves the other ASCII bytes of the phrases (space, "'",
+    // "-") as they are; that it also merges some other bytes only makes a jump shorter.
     static size_t slotAt(std::string_view s, size_t i) {
         const unsigned a = static_cast<unsigned char>(s[i]) | 0x20;
         const unsigned b = static_cast<unsigned char>(s[i + 1]) | 0x20;
@@ -169,7 +128,58 @@ private:
     }
 
     std::array<std::uint8_t, kSlots> shift_{};
-    std::array<std::vector<std::uint8_t>, kSlots> starting_;  // phrases by the slot of their start
+    std::array<std::vector<std::uint16_t>, kSlots> starting_;  // phrases by the slot of their start
+};
+
+// The call logs of the tables, which must be the whole body or its start before ", " and a few
+// more characters. Looked up by the first byte, so most bodies cost one table read.
+class CallLogIndex {
+public:
+    CallLogIndex() {
+        const std::span<const std::string_view> entries = NoticeTables::callLogs();
+        for (size_t i = 0; i < entries.size(); ++i) {
+            byFirstByte_[static_cast<unsigned char>(entries[i][0])].push_back(
+                static_cast<std::uint16_t>(i));
+            longest_ = std::max(longest_, entries[i].size());
+        }
+    }
+
+    bool matches(std::string_view text) const {
+        if (text.empty() || text.size() > longest_ + kLongestTail)
+            return false;
+        const std::span<const std::string_view> entries = NoticeTables::callLogs();
+        for (const std::uint16_t i :
+             byFirstByte_[static_cast<unsigned char>(asciiLower(text[0]))]) {
+            if (startsWithIgnoringAsciiCase(text, entries[i]) &&
+                isCallLogTail(text.substr(entries[i].size()))) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+private:
+    static constexpr size_t kTailCharacters = 30;
+    // ", " and 30 characters of at most four bytes.
+    static constexpr size_t kLongestTail = 2 + 4 * kTailCharacters;
+
+    // Nothing, or ", " and at most 30 characters on the same line ("Tap to call back").
+    static bool isCallLogTail(std::string_view tail) {
+        if (tail.empty())
+            return true;
+        if (!tail.starts_with(", "))
+            return false;
+        size_t characters = 0;
+        for (size_t i = 2, next = 0; i < tail.size(); i = next) {
+            const char32_t c = text::codePointAt(tail, i, next);
+            if (c == '\n' || c == '\r' || ++characters > kTailCharacters)
+                return false;
+        }
+        return true;
+    }
+
+    std::array<std::vector<std::uint16_t>, 256> byFirstByte_;
+    size_t longest_ = 0;
 };
 
 // The pattern as the reference platform compiles it, with the case-insensitive option.
@@ -226,7 +236,7 @@ bool foldsToAsciiLetters(char32_t c) {
 }
 
 std::span<const std::string_view> phrases() {
-    return kPhrases;
+    return NoticeTables::phrases();
 }
 
 bool containsPhrase(std::string_view lowered) {
@@ -390,8 +400,66 @@ bool isCallLog(std::string_view text) {
     return isCallLog(text, text::isAscii(text));
 }
 
-bool isAttachmentLine(std::string_view) {
-    return false;  // placeholder until the attachment markers are read
+bool lowercasingChanges(std::string_view text) {
+    for (size_t i = 0; i < text.size();) {
+        const auto lead = static_cast<unsigned char>(text[i]);
+        // ASCII letters are matched in either case, and the emoji and symbols from U+1F000 on
+        // have no case: neither needs a lookup.
+        if (lead < 0x80) {
+            ++i;
+            continue;
+        }
+        if (lead == 0xF0 && i + 3 < text.size() && text[i + 1] == '\x9F' &&
+            (static_cast<unsigned char>(text[i + 2]) & 0xC0) == 0x80 &&
+            (static_cast<unsigned char>(text[i + 3]) & 0xC0) == 0x80) {
+            i += 4;
+            continue;
+        }
+        UChar32 c = 0;
+        U8_NEXT_OR_FFFD(text.data(), i, text.size(), c);
+        if (u_tolower(c) != c)
+            return true;
+    }
+    return false;
+}
+
+namespace {
+
+bool isTableCallLog(std::string_view lowered) {
+    static const CallLogIndex index;
+    return index.matches(lowered);
+}
+
+bool isAttachmentMarker(std::string_view marker) {
+    const std::span<const std::string_view> markers = NoticeTables::attachmentMarkers();
+    if (!lowercasingChanges(marker)) {
+        return std::any_of(markers.begin(), markers.end(),
+                           [&](std::string_view m) { return equalsIgnoringAsciiCase(marker, m); });
+    }
+    const std::string lowered = text::lowercase(marker);
+    return std::find(markers.begin(), markers.end(), lowered) != markers.end();
+}
+
+}  // namespace
+
+bool isAttachmentLine(std::string_view trimmed) {
+    constexpr size_t kLongestName = 255;
+    constexpr size_t kLongestMarker = 64;  // bytes, in any case; the markers are far shorter
+    if (trimmed.size() < 4 || trimmed.back() != ')')
+        return false;
+    // No marker holds a parenthesis, so the last "(" opens it; the file name may hold others.
+    const size_t open = trimmed.rfind('(');
+    if (open == std::string_view::npos || open < 2 || trimmed[open - 1] != ' ' ||
+        trimmed.size() - open - 2 > kLongestMarker) {
+        return false;
+    }
+    const std::string_view name = trimmed.substr(0, open - 1);
+    const size_t dot = name.rfind('.');
+    if (name.size() > kLongestName || name.back() == ' ' || dot == std::string_view::npos ||
+        dot + 1 == name.size() || name.find_first_of("\r\n") != std::string_view::npos) {
+        return false;
+    }
+    return isAttachmentMarker(trimmed.substr(open + 1, trimmed.size() - open - 2));
 }
 
 std::string_view trimmedBody(std::string_view body) {
@@ -423,14 +491,12 @@ bool isNoiseTrimmed(std::string_view trimmed) {
         return true;
     }
     // The rules below read the lower-case text. Every one of them ignores the case of ASCII
-    // letters, and lower-casing turns other characters into other non-ASCII ones (which the
-    // call-log pattern, matching without case, does not tell from their lower case), except for
-    // two: "İ" and the Kelvin sign. Only text with those is lower-cased first (or any text
-    // outside ASCII, once a phrase has letters outside ASCII).
+    // letters, so only text with another character that lower-casing changes ("Ü", "İ", the
+    // Kelvin sign) is lower-cased first: most text outside ASCII (emoji, Telugu, Devanagari) has
+    // none and is read as it is.
     const bool ascii = text::isAscii(trimmed);
     std::string_view lowered = trimmed;
-    if (!ascii && (!kPhrasesAreAscii || trimmed.find("\u0130") != std::string_view::npos ||
-                   trimmed.find("\u212A") != std::string_view::npos)) {
+    if (!ascii && lowercasingChanges(trimmed)) {
         thread_local std::string loweredCopy;
         text::lowercase(trimmed, loweredCopy);
         lowered = loweredCopy;
@@ -443,7 +509,8 @@ bool isNoiseTrimmed(std::string_view trimmed) {
         trimmed.find(' ') == std::string_view::npos) {
         return true;
     }
-    return containsPhrase(lowered) || isCallLog(lowered, ascii);
+    return containsPhrase(lowered) || isCallLog(lowered, ascii) || isTableCallLog(lowered) ||
+           (trimmed.back() == ')' && isAttachmentLine(trimmed));
 }
 
 }  // namespace NoiseRules

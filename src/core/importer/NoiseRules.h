@@ -15,8 +15,9 @@ std::string_view trimmedBody(std::string_view body);
 /// isNoise for a body already trimmed by trimmedBody.
 bool isNoiseTrimmed(std::string_view trimmed);
 
-/// Lower-case phrases of app notices and media placeholders, matched as substrings. The 25
-/// English ones come first.
+/// Lower-case phrases of app notices and media placeholders in every language, matched as
+/// substrings (NoticeTables::phrases). The 25 English ones the importer has always read come
+/// first.
 std::span<const std::string_view> phrases();
 
 /// True for an attachment line that a caption may follow on the next lines, as Android writes it:
@@ -24,6 +25,11 @@ std::span<const std::string_view> phrases();
 /// (file attached)", "… (Datei angehängt)"). `trimmed` as trimmedBody gives it. An attachment line
 /// alone is noise (isNoiseTrimmed says so); the parser makes the caption, if any, the message.
 bool isAttachmentLine(std::string_view trimmed);
+
+/// True when `text` holds a character outside ASCII that root lower-casing changes ("Ü", "İ",
+/// the Kelvin sign); only such text must be lower-cased before the rules compare it, since they
+/// all ignore the case of ASCII letters.
+bool lowercasingChanges(std::string_view text);
 
 /// True when `lowered` contains one of phrases(). Same answer as searching for each in turn.
 bool containsPhrase(std::string_view lowered);

@@ -2,20 +2,43 @@
 // call-log pattern on the lower-cased text, and a search for each phrase in turn.
 
 #include <gtest/gtest.h>
+#include <unicode/locid.h>
 #include <unicode/stringoptions.h>
+#include <unicode/unistr.h>
 #include <unicode/ustring.h>
 #include <unicode/utf16.h>
+#include <unicode/utf8.h>
 
 #include <array>
 #include <random>
+#include <span>
 #include <string>
 
 #include "importer/NoiseRules.h"
+#include "importer/NoticeTables.h"
 #include "importer/WhatsAppParser.h"
 #include "text/TextRules.h"
 
 namespace lumenary {
 namespace {
+
+// A call log of the tables: the whole text, or its start before ", " and at most 30 characters
+// on one line.
+bool isTableCallLogByTheRule(const std::string& lowered) {
+    for (const std::string_view entry : NoticeTables::callLogs()) {
+        if (lowered == entry)
+            return true;
+        const std::string start = std::string(entry) + ", ";
+        if (lowered.starts_with(start)) {
+            const std::string tail = lowered.substr(start.size());
+            if (tail.find_first_of("\r\n") == std::string::npos &&
+                text::codePoints(tail).size() <= 30) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
 
 bool isNoiseByTheRule(std::string_view body) {
     const std::string_view trimmed = text::trimWhitespace(body);
@@ -26,6 +49,8 @@ bool isNoiseByTheRule(std::string_view body) {
         if (lowered.find(phrase) != std::string::npos)
             return true;
     }
+    if (isTableCallLogByTheRule(lowered) || NoiseRules::isAttachmentLine(trimmed))
+        return true;
     if (lowered.starts_with("<attached") || lowered.starts_with("\u200E<attached"))
         return true;
     if (trimmed.front() == '<' && trimmed.back() == '>' && text::characterCount(trimmed) < 120) {
@@ -121,18 +146,111 @@ TEST(NoiseRules, NoiseShortcutsAgreeWithThePlainRule) {
         if (random() % 4 == 0)
             body = "<" + body + ">";
         ASSERT_EQ(WhatsAppParser::isNoise(body), isNoiseByTheRule(body)) << "\"" << body << "\"";
-        // Each phrase whole or cut short, between pieces, so that the jumps of the phrase search
+        // Phrases whole or cut short, between pieces, so that the jumps of the phrase search
         // pass over every alignment.
-        for (const std::string_view phrase : NoiseRules::phrases()) {
+        const std::span<const std::string_view> phrases = NoiseRules::phrases();
+        for (int k = 0; k < 8; ++k) {
+            const std::string_view phrase = phrases[random() % phrases.size()];
             const std::string text =
                 body + std::string(phrase.substr(0, phrase.size() - random() % 2)) + body;
+            const std::string lowered = text::lowercase(text);
             bool expected = false;
-            for (const std::string_view p : NoiseRules::phrases()) {
-                expected |= text::lowercase(text).find(p) != std::string::npos;
+            for (const std::string_view p : phrases) {
+                expected |= lowered.find(p) != std::string::npos;
             }
-            ASSERT_EQ(NoiseRules::containsPhrase(text::lowercase(text)), expected) << text;
+            ASSERT_EQ(NoiseRules::containsPhrase(lowered), expected) << text;
         }
     }
+}
+
+// Notices of the other languages, in every case, among letters that lower-casing changes and
+// text that needs no lower-casing (emoji, Telugu, Devanagari).
+const std::array<std::string, 40> kOtherLanguagePieces = {"DIESE NACHRICHT WURDE GELÖSCHT",
+                                                          "Diese Nachricht wurde gelöscht",
+                                                          "gelÖscht",
+                                                          "Bild weggelassen",
+                                                          "BILD",
+                                                          " weggelassen",
+                                                          "Sprachanruf",
+                                                          "SPRACHANRUF",
+                                                          "Verpasster ",
+                                                          ", Keine Antwort",
+                                                          ", ",
+                                                          "Se eliminó este mensaje",
+                                                          "SE ELIMINÓ ESTE MENSAJE",
+                                                          "Llamada de voz",
+                                                          "Videollamada",
+                                                          "Voice call",
+                                                          ", No answer",
+                                                          "GÖRÜNTÜLÜ ARAMA",
+                                                          "Görüntülü arama",
+                                                          "Çıkartma dahil edilmedi",
+                                                          "मिस्ड वॉइस कॉल",
+                                                          "वीडियो कॉल",
+                                                          "తిన్నావా",
+                                                          "\U0001F60A",
+                                                          "\U0001F44D\U0001F3FD",
+                                                          "Ö",
+                                                          "É",
+                                                          "\u0130",
+                                                          "\u212A",
+                                                          "\u1E9E",
+                                                          "Σ",
+                                                          "IMG-0001.jpg",
+                                                          " (Datei angehängt)",
+                                                          " (DATEI ANGEHÄNGT)",
+                                                          " (file attached)",
+                                                          "(",
+                                                          ")",
+                                                          "\n",
+                                                          " ",
+                                                          "ok"};
+
+std::string toUpper(std::string_view text) {
+    std::string upper;
+    icu::UnicodeString::fromUTF8(text).toUpper(icu::Locale::getRoot()).toUTF8String(upper);
+    return upper;
+}
+
+TEST(NoiseRules, NoticesOfOtherLanguagesAgreeWithThePlainRule) {
+    std::mt19937 random(49);
+    for (int i = 0; i < 20000; ++i) {
+        std::string body;
+        for (int n = 1 + static_cast<int>(random() % 5); n > 0; --n) {
+            body += kOtherLanguagePieces[random() % kOtherLanguagePieces.size()];
+        }
+        ASSERT_EQ(WhatsAppParser::isNoise(body), isNoiseByTheRule(body)) << "\"" << body << "\"";
+    }
+    // Every entry in capitals and in a sentence, where lower-casing must happen first.
+    for (const std::string_view phrase : NoiseRules::phrases()) {
+        const std::string body = "Hi " + toUpper(phrase) + " \U0001F60A";
+        ASSERT_EQ(WhatsAppParser::isNoise(body), isNoiseByTheRule(body)) << body;
+    }
+    for (const std::string_view entry : NoticeTables::callLogs()) {
+        for (const std::string& body : {toUpper(entry), toUpper(entry) + ", Ä",
+                                        std::string(entry) + ", " + std::string(30, 'x'),
+                                        std::string(entry) + ", " + std::string(31, 'x')}) {
+            ASSERT_EQ(WhatsAppParser::isNoise(body), isNoiseByTheRule(body)) << body;
+        }
+    }
+}
+
+// Text is read without lower-casing unless it holds a character that lower-casing changes.
+TEST(NoiseRules, KnowEveryCharacterThatLowerCasingChanges) {
+    for (char32_t c = 0x80; c <= 0x10FFFF; ++c) {
+        if (c >= 0xD800 && c <= 0xDFFF)
+            continue;
+        std::string utf8;
+        UChar32 cp = static_cast<UChar32>(c);
+        char units[4];
+        int32_t length = 0;
+        U8_APPEND_UNSAFE(units, length, cp);
+        utf8.assign(units, static_cast<std::size_t>(length));
+        ASSERT_EQ(NoiseRules::lowercasingChanges("x" + utf8 + "y"), text::lowercase(utf8) != utf8)
+            << std::hex << static_cast<unsigned>(c);
+    }
+    EXPECT_FALSE(NoiseRules::lowercasingChanges("ok \U0001F60A\U0001F44D\U0001F3FD తిన్నావా वीडियो"));
+    EXPECT_FALSE(NoiseRules::lowercasingChanges("\xF0\x9F"));  // a cut-off emoji
 }
 
 // The shortcuts rely on knowing every character whose case folding or lower case holds an ASCII
