@@ -26,6 +26,7 @@ constexpr Dialect kDialects[] = {
     {"ios-nl-no-comma.txt", 6, "November 2017", "January 2018"},
     {"android-old-colon-layout.txt", 6, "November 2017", "January 2018"},
     {"android-fi-klo-dotted-time.txt", 6, "March 2020", "January 2021"},
+    {"ios-fi-klo-dotted-seconds.txt", 7, "March 2020", "January 2021"},
     {"android-en-mixed-clock.txt", 8, "March 2021", "June 2021"},
     {"android-pt-lowercase-pm.txt", 7, "March 2021", "January 2022"},
     {"ios-fr-no-comma.txt", 5, "March 2021", "January 2022"},

@@ -145,6 +145,19 @@ TEST(Dialects, FinnishAndroidWithKloAndDottedTimes) {
     EXPECT_EQ(civilOf(messages[5]), (CivilTime{2021, 1, 6, 18, 45, 0}));
 }
 
+TEST(Dialects, FinnishIphoneWithKloAndDottedSeconds) {
+    const auto messages = readExport("ios-fi-klo-dotted-seconds.txt");
+    ASSERT_THAT(testing::sendersAndTexts(messages),
+                ElementsAre(Pair("Amma", "Söitkö jo?"), Pair("Ravi", "Söin, riisiä ja dalia"),
+                            Pair("Amma", "Hyvää yötä\nnuku hyvin"), Pair("Amma", "Huomenta 🌞"),
+                            Pair("Ravi", "Hyvää syntymäpäivää äiti!"),
+                            Pair("Amma", "Tule kotiin pian"), Pair("Ravi", "Tulen lauantaina")));
+    EXPECT_EQ(civilOf(messages[0]), (CivilTime{2020, 3, 23, 12, 14, 5}));
+    EXPECT_EQ(civilOf(messages[3]), (CivilTime{2020, 3, 24, 7, 30, 0}));
+    EXPECT_EQ(civilOf(messages[4]), (CivilTime{2020, 4, 1, 0, 5, 30}));
+    EXPECT_EQ(civilOf(messages[6]), (CivilTime{2021, 1, 6, 18, 46, 10}));
+}
+
 TEST(Dialects, EnglishAndroidWhoseClockChangedFromTwentyFourHoursToTwelve) {
     const auto messages = readExport("android-en-mixed-clock.txt");
     ASSERT_THAT(testing::sendersAndTexts(messages),
