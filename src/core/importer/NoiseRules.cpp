@@ -63,12 +63,14 @@ bool containsCallIgnoringAsciiCase(std::string_view text) {
 }
 
 // Multi-phrase search in the manner of Wu and Manber: a window as long as the shortest phrase
-// slides along the text, and the three bytes at its end say how far it may jump without passing
+// slides along the text, and the four bytes at its end say how far it may jump without passing
 // over the start of any phrase. Most windows jump several bytes, so a message costs a few table
-// reads instead of one per byte. The tables are indexed by a hash of the three bytes, small enough
-// to stay in the first-level cache; blocks that share a hash only make a jump shorter. Phrases
-// outside ASCII are searched byte by byte like the others: the text is lower-cased first when
-// that could change it, so equal characters are equal bytes.
+// reads instead of one per byte. The jumps are indexed by a hash of the four bytes, in a table
+// small enough to stay in the first-level cache; blocks that share a hash only make a jump
+// shorter. Blocks of four bytes rather than three keep the common ones of everyday text ("you",
+// "the ", "is ") from cutting the jumps short now that the phrases are many. Phrases outside
+// ASCII are searched byte by byte like the others: the text is lower-cased first when that could
+// change it, so equal characters are equal bytes.
 class PhraseIndex {
 public:
     PhraseIndex() {
@@ -80,7 +82,7 @@ public:
                 std::uint8_t& shift = shift_[slotAt(phrase, j)];
                 shift = std::min(shift, static_cast<std::uint8_t>(kWindow - kBlock - j));
             }
-            starting_[slotAt(phrase, 0)].push_back(static_cast<std::uint16_t>(i));
+            starting_[slotAt(phrase, 0) % kStartSlots].push_back(static_cast<std::uint16_t>(i));
         }
     }
 
@@ -93,7 +95,7 @@ public:
                 continue;
             }
             const size_t start = end - (kWindow - kBlock);
-            for (const std::uint16_t phrase : starting_[slotAt(text, start)]) {
+            for (const std::uint16_t phrase : starting_[slotAt(text, start) % kStartSlots]) {
                 if (matchesAt(text, start, phrases[phrase]))
                     return true;
             }
@@ -104,17 +106,19 @@ public:
 
 private:
     static constexpr size_t kWindow = NoticeTables::kShortestPhrase;
-    static constexpr size_t kBlock = 3;
+    static constexpr size_t kBlock = 4;
     static_assert(kWindow >= kBlock && kWindow < 256, "the window must hold one block");
-    static constexpr size_t kSlots = 8192;
+    static constexpr unsigned kSlotBits = 15;
+    static constexpr size_t kSlots = size_t{1} << kSlotBits;
+    static constexpr size_t kStartSlots = 1024;
 
     // OR 0x20 lowers ASCII letters and leaves the other ASCII bytes of the phrases (space, "'",
-    // "-") as they are; that it also merges some other bytes only makes a jump shorter.
+    // "-") as they are; that it also merges some other bytes only makes a jump shorter. The
+    // multiplication mixes all four bytes into the top bits.
     static size_t slotAt(std::string_view s, size_t i) {
-        const unsigned a = static_cast<unsigned char>(s[i]) | 0x20;
-        const unsigned b = static_cast<unsigned char>(s[i + 1]) | 0x20;
-        const unsigned c = static_cast<unsigned char>(s[i + 2]) | 0x20;
-        return ((a << 10) ^ (b << 5) ^ c) % kSlots;
+        std::uint32_t block = 0;
+        std::memcpy(&block, s.data() + i, kBlock);
+        return ((block | 0x20202020U) * 2654435761U) >> (32 - kSlotBits);
     }
 
     static bool matchesAt(std::string_view text, size_t at, std::string_view phrase) {
@@ -128,30 +132,38 @@ private:
     }
 
     std::array<std::uint8_t, kSlots> shift_{};
-    std::array<std::vector<std::uint16_t>, kSlots> starting_;  // phrases by the slot of their start
+    // Phrases by the slot of their first block, folded: only windows that may not jump look here.
+    std::array<std::vector<std::uint16_t>, kStartSlots> starting_;
 };
 
 // The call logs of the tables, which must be the whole body or its start before ", " and a few
-// more characters. Looked up by the first byte, so most bodies cost one table read.
+// more characters. Looked up by the first byte, after a bit for the first two bytes has said
+// that some entry starts with them: most bodies cost two table reads.
 class CallLogIndex {
 public:
     CallLogIndex() {
-        const std::span<const std::string_view> entries = NoticeTables::callLogs();
-        for (size_t i = 0; i < entries.size(); ++i) {
-            byFirstByte_[static_cast<unsigned char>(entries[i][0])].push_back(
-                static_cast<std::uint16_t>(i));
-            longest_ = std::max(longest_, entries[i].size());
+        for (const std::string_view entry : NoticeTables::callLogs()) {
+            const auto first = static_cast<unsigned char>(entry[0]);
+            byFirstByte_[first].push_back(entry);
+            secondBytes_[first] |= std::uint64_t{1} << (static_cast<unsigned char>(entry[1]) & 63);
+            longest_ = std::max(longest_, entry.size());
         }
     }
 
     bool matches(std::string_view text) const {
-        if (text.empty() || text.size() > longest_ + kLongestTail)
+        if (text.size() < 2 || text.size() > longest_ + kLongestTail)
             return false;
-        const std::span<const std::string_view> entries = NoticeTables::callLogs();
-        for (const std::uint16_t i :
-             byFirstByte_[static_cast<unsigned char>(asciiLower(text[0]))]) {
-            if (startsWithIgnoringAsciiCase(text, entries[i]) &&
-                isCallLogTail(text.substr(entries[i].size()))) {
+        const auto first = static_cast<unsigned char>(asciiLower(text[0]));
+        const auto second = static_cast<unsigned char>(asciiLower(text[1]));
+        if ((secondBytes_[first] >> (second & 63) & 1) == 0)
+            return false;
+        for (const std::string_view entry : byFirstByte_[first]) {
+            // Where the entry would end, the text ends or goes on with ", ": a cheap test first.
+            const size_t n = entry.size();
+            const bool endsThere =
+                text.size() == n || (text.size() > n + 1 && text[n] == ',' && text[n + 1] == ' ');
+            if (endsThere && startsWithIgnoringAsciiCase(text, entry) &&
+                isCallLogTail(text.substr(n))) {
                 return true;
             }
         }
@@ -178,7 +190,8 @@ private:
         return true;
     }
 
-    std::array<std::vector<std::uint16_t>, 256> byFirstByte_;
+    std::array<std::vector<std::string_view>, 256> byFirstByte_;
+    std::array<std::uint64_t, 256> secondBytes_{};  // bit b & 63 for each second byte b
     size_t longest_ = 0;
 };
 
@@ -400,19 +413,55 @@ bool isCallLog(std::string_view text) {
     return isCallLog(text, text::isAscii(text));
 }
 
+namespace {
+
+bool isContinuation(char c) {
+    return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
+}
+
+// How many bytes of a whole character start at `i` when it comes from a block with no case:
+// U+0800 to U+0FFF (the Indic scripts, Thai, Tibetan), U+2000 to U+207F (punctuation, the joiner
+// inside emoji), U+2500 to U+27FF (shapes, symbols, dingbats such as "❤"), U+3000 to U+9FFF
+// (CJK), U+FE00 to U+FE0F (the variation selectors after emoji) and U+1F000 to U+1FFFF (emoji).
+// Zero when the character may have case or is cut off.
+size_t caselessCharacterAt(std::string_view text, size_t i) {
+    const auto lead = static_cast<unsigned char>(text[i]);
+    if (lead >= 0xE0 && lead <= 0xEF) {
+        if (i + 2 >= text.size() || !isContinuation(text[i + 1]) || !isContinuation(text[i + 2]))
+            return 0;
+        const auto second = static_cast<unsigned char>(text[i + 1]);
+        const bool caseless =
+            lead == 0xE0 || (lead >= 0xE3 && lead <= 0xE9) ||
+            (lead == 0xE2 && (second <= 0x81 || (second >= 0x94 && second <= 0x9F))) ||
+            (lead == 0xEF && second == 0xB8 && static_cast<unsigned char>(text[i + 2]) <= 0x8F);
+        return caseless ? 3 : 0;
+    }
+    if (lead == 0xF0 && i + 3 < text.size() && text[i + 1] == '\x9F' &&
+        isContinuation(text[i + 2]) && isContinuation(text[i + 3])) {
+        return 4;
+    }
+    return 0;
+}
+
+}  // namespace
+
 bool lowercasingChanges(std::string_view text) {
+    constexpr std::uint64_t kHighBits = 0x8080808080808080ULL;
     for (size_t i = 0; i < text.size();) {
-        const auto lead = static_cast<unsigned char>(text[i]);
-        // ASCII letters are matched in either case, and the emoji and symbols from U+1F000 on
-        // have no case: neither needs a lookup.
-        if (lead < 0x80) {
-            ++i;
+        // ASCII letters are matched in either case, and the scripts and emoji most common
+        // outside ASCII have none: neither needs a lookup.
+        if (static_cast<unsigned char>(text[i]) < 0x80) {
+            std::uint64_t word = 0;
+            if (i + 8 <= text.size() &&
+                (std::memcpy(&word, text.data() + i, 8), word & kHighBits) == 0) {
+                i += 8;
+            } else {
+                ++i;
+            }
             continue;
         }
-        if (lead == 0xF0 && i + 3 < text.size() && text[i + 1] == '\x9F' &&
-            (static_cast<unsigned char>(text[i + 2]) & 0xC0) == 0x80 &&
-            (static_cast<unsigned char>(text[i + 3]) & 0xC0) == 0x80) {
-            i += 4;
+        if (const size_t skip = caselessCharacterAt(text, i)) {
+            i += skip;
             continue;
         }
         UChar32 c = 0;
@@ -444,13 +493,19 @@ bool isAttachmentMarker(std::string_view marker) {
 
 bool isAttachmentLine(std::string_view trimmed) {
     constexpr size_t kLongestName = 255;
-    constexpr size_t kLongestMarker = 64;  // bytes, in any case; the markers are far shorter
+    // A capital takes at most three bytes for each byte of its lower case (the Kelvin sign).
+    static const size_t longestMarker = [] {
+        size_t longest = 0;
+        for (const std::string_view marker : NoticeTables::attachmentMarkers())
+            longest = std::max(longest, marker.size());
+        return 3 * longest;
+    }();
     if (trimmed.size() < 4 || trimmed.back() != ')')
         return false;
     // No marker holds a parenthesis, so the last "(" opens it; the file name may hold others.
     const size_t open = trimmed.rfind('(');
     if (open == std::string_view::npos || open < 2 || trimmed[open - 1] != ' ' ||
-        trimmed.size() - open - 2 > kLongestMarker) {
+        trimmed.size() - open - 2 > longestMarker) {
         return false;
     }
     const std::string_view name = trimmed.substr(0, open - 1);
