@@ -445,19 +445,29 @@ size_t caselessCharacterAt(std::string_view text, size_t i) {
 
 }  // namespace
 
-bool lowercasingChanges(std::string_view text) {
+namespace {
+
+// Where the first byte outside ASCII is, or the size when there is none.
+size_t firstOutsideAscii(std::string_view text) {
     constexpr std::uint64_t kHighBits = 0x8080808080808080ULL;
-    for (size_t i = 0; i < text.size();) {
+    size_t i = 0;
+    for (std::uint64_t word = 0; i + 8 <= text.size(); i += 8) {
+        std::memcpy(&word, text.data() + i, 8);
+        if ((word & kHighBits) != 0)
+            break;
+    }
+    while (i < text.size() && static_cast<unsigned char>(text[i]) < 0x80)
+        ++i;
+    return i;
+}
+
+// lowercasingChanges for text whose first `from` bytes are ASCII.
+bool lowercasingChangesFrom(std::string_view text, size_t from) {
+    for (size_t i = from; i < text.size();) {
         // ASCII letters are matched in either case, and the scripts and emoji most common
         // outside ASCII have none: neither needs a lookup.
         if (static_cast<unsigned char>(text[i]) < 0x80) {
-            std::uint64_t word = 0;
-            if (i + 8 <= text.size() &&
-                (std::memcpy(&word, text.data() + i, 8), word & kHighBits) == 0) {
-                i += 8;
-            } else {
-                ++i;
-            }
+            ++i;
             continue;
         }
         if (const size_t skip = caselessCharacterAt(text, i)) {
@@ -470,6 +480,12 @@ bool lowercasingChanges(std::string_view text) {
             return true;
     }
     return false;
+}
+
+}  // namespace
+
+bool lowercasingChanges(std::string_view text) {
+    return lowercasingChangesFrom(text, firstOutsideAscii(text));
 }
 
 namespace {
@@ -549,9 +565,10 @@ bool isNoiseTrimmed(std::string_view trimmed) {
     // letters, so only text with another character that lower-casing changes ("Ü", "İ", the
     // Kelvin sign) is lower-cased first: most text outside ASCII (emoji, Telugu, Devanagari) has
     // none and is read as it is.
-    const bool ascii = text::isAscii(trimmed);
+    const size_t outsideAscii = firstOutsideAscii(trimmed);
+    const bool ascii = outsideAscii == trimmed.size();
     std::string_view lowered = trimmed;
-    if (!ascii && lowercasingChanges(trimmed)) {
+    if (!ascii && lowercasingChangesFrom(trimmed, outsideAscii)) {
         thread_local std::string loweredCopy;
         text::lowercase(trimmed, loweredCopy);
         lowered = loweredCopy;
