@@ -41,7 +41,9 @@ const std::filesystem::path& exportFile(std::size_t count, ExportGenerator::Layo
     static std::map<Key, std::unique_ptr<TemporaryFile>> files;
     auto [at, inserted] = files.try_emplace({count, layout});
     if (inserted) {
-        const char* kind = layout == ExportGenerator::Layout::bracketed ? "bracketed" : "dash";
+        const char* kind = layout == ExportGenerator::Layout::bracketed ? "bracketed"
+                           : layout == ExportGenerator::Layout::dash    ? "dash"
+                                                                        : "spanish";
         auto file = std::make_unique<TemporaryFile>();
         file->path = std::filesystem::temp_directory_path() /
                      ("lumenary-bench-" + std::to_string(getpid()) + "-" + std::to_string(count) +

@@ -252,7 +252,26 @@ void appendLink(std::string& out, Random& random) {
 
 /// A noise line as this layout's exporter writes it; iPhone exports put a left-to-right mark
 /// before system texts, which the parser must strip.
+void appendSpanishNoise(std::string& out, Random& random) {
+    const double kind = random.unit();
+    if (kind < 0.55) {
+        out += "<Multimedia omitido>";
+    } else if (kind < 0.75) {
+        out += "Llamada de voz perdida";
+    } else if (kind < 0.85) {
+        out += random.chance(0.5) ? "Voice call, " : "Video call, ";
+        out += std::to_string(random.between(1, 59));
+        out += " min";
+    } else {
+        out += "Se eliminó este mensaje";
+    }
+}
+
 void appendNoise(std::string& out, Random& random, Layout layout, long entryNumber) {
+    if (layout == Layout::spanish) {
+        appendSpanishNoise(out, random);
+        return;
+    }
     const bool iphone = layout == Layout::bracketed;
     const double kind = random.unit();
     if (kind < 0.55) {
@@ -397,7 +416,7 @@ void appendHeader(std::string& out, WallSeconds when, Layout layout) {
         out += ':';
         appendTwoDigits(out, t.second);
         out += t.hour < 12 ? " AM] " : " PM] ";
-    } else {
+    } else if (layout == Layout::dash) {
         appendTwoDigits(out, t.day);
         out += '/';
         appendTwoDigits(out, t.month);
@@ -408,6 +427,18 @@ void appendHeader(std::string& out, WallSeconds when, Layout layout) {
         out += ':';
         appendTwoDigits(out, t.minute);
         out += " - ";
+    } else {
+        // No comma, a 12-hour clock and the day period with dots and no-break spaces.
+        out += std::to_string(t.day);
+        out += '/';
+        out += std::to_string(t.month);
+        out += '/';
+        out += std::to_string(t.year);
+        out += ' ';
+        out += std::to_string(t.hour % 12 == 0 ? 12 : t.hour % 12);
+        out += ':';
+        appendTwoDigits(out, t.minute);
+        out += t.hour < 12 ? "\u202Fa.\u00A0m. - " : "\u202Fp.\u00A0m. - ";
     }
 }
 
@@ -516,6 +547,10 @@ bool parseLayout(std::string_view name, Layout& layout) {
     }
     if (name == "dash") {
         layout = Layout::dash;
+        return true;
+    }
+    if (name == "spanish") {
+        layout = Layout::spanish;
         return true;
     }
     return false;

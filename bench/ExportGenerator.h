@@ -15,6 +15,7 @@ namespace lumenary::ExportGenerator {
 enum class Layout {
     bracketed,  // iPhone: "[12/03/2021, 10:15:32 PM] Amma: text"
     dash,       // Android: "12/03/21, 22:15 - Amma: text"
+    spanish,    // a Spanish Android phone: "28/03/2025 9:29 p. m. - Amma: text", Spanish notices
 };
 
 /// The sender whose voice the benchmarks read; she writes a little over half of the entries.
@@ -30,7 +31,7 @@ std::string generate(std::size_t messageCount, Layout layout, std::uint64_t seed
 /// vocabulary, for search benchmarks. The same count and seed give the same queries.
 std::vector<std::string> sampleQueries(std::size_t count, std::uint64_t seed);
 
-/// "bracketed" or "dash"; anything else gives false and leaves `layout` alone.
+/// "bracketed", "dash" or "spanish"; anything else gives false and leaves `layout` alone.
 bool parseLayout(std::string_view name, Layout& layout);
 
 }  // namespace lumenary::ExportGenerator

@@ -1,7 +1,7 @@
 // Writes a synthetic chat export to a file, for the whole-program measurements of
 // scripts/run-benchmarks and for looking at what the benchmarks read.
 //
-//   lumenary-generate-export <message count> <bracketed|dash> <seed> <output file>
+//   lumenary-generate-export <message count> <bracketed|dash|spanish> <seed> <output file>
 
 #include <cstdio>
 #include <cstdlib>
@@ -20,7 +20,7 @@ int main(int argc, char** argv) {
     const unsigned long long seed = argc == 5 ? std::strtoull(argv[3], &seedEnd, 10) : 0;
     if (argc != 5 || *countEnd != '\0' || *seedEnd != '\0' ||
         !ExportGenerator::parseLayout(argv[2], layout)) {
-        std::cerr << "usage: lumenary-generate-export <message count> <bracketed|dash> <seed> "
+        std::cerr << "usage: lumenary-generate-export <message count> <bracketed|dash|spanish> <seed> "
                      "<output file>\n";
         return 2;
     }

@@ -13,7 +13,14 @@ namespace {
 using ExportGenerator::Layout;
 
 Layout layoutOf(const benchmark::State& state) {
-    return state.range(1) == 0 ? Layout::bracketed : Layout::dash;
+    switch (state.range(1)) {
+        case 0:
+            return Layout::bracketed;
+        case 1:
+            return Layout::dash;
+        default:
+            return Layout::spanish;
+    }
 }
 
 void WhatsAppParserParse(benchmark::State& state) {
@@ -47,12 +54,13 @@ void ArchiveImporterLoad(benchmark::State& state) {
     state.counters["messages"] = static_cast<double>(parsed);
 }
 
-// Arguments: entries in the export, then the layout (0 bracketed, 1 dash).
+// Arguments: entries in the export, then the layout (0 bracketed, 1 dash, 2 the Spanish
+// Android shape with no comma and "p. m.", which goes through the other header and date shapes).
 void sizesAndLayouts(benchmark::internal::Benchmark* benchmark) {
-    benchmark->ArgNames({"messages", "dash"});
+    benchmark->ArgNames({"messages", "layout"});
     for (const std::int64_t count : {BenchCorpus::kHundredThousand, BenchCorpus::kMillion}) {
-        benchmark->Args({count, 0});
-        benchmark->Args({count, 1});
+        for (const std::int64_t layout : {0, 1, 2})
+            benchmark->Args({count, layout});
     }
     benchmark->Unit(benchmark::kMillisecond)->UseRealTime();
 }
