@@ -44,8 +44,11 @@ std::optional<NoticeGroups> matchDashedNotice(std::string_view line);
 //   "[08/11/2017 10:47:45] Name: text"       the same, bracketed
 //   "08/11/2017 10:47:45: Name: text"        the old layout, a colon after the time
 //   "23.3.2020 klo 12.14 - Name: text"       a connector word between date and time (Finnish
-//                                            "klo", and the others in the table)
+//                                            "klo"; the words are listed in OtherLinePatterns.cpp)
 // Connector words and dots in the time are allowed in every shape, with or without the comma.
+// The time is h:mm or h:mm:ss (or with dots), optionally followed by a day period of letters and
+// dots ("PM", "p. m."); a bracket closes right after it, and the colon after the time is only for
+// lines without brackets.
 
 /// One of the shapes above, bracketed when the line starts with "[".
 std::optional<HeaderGroups> matchOtherHeader(std::string_view line);

@@ -15,7 +15,8 @@
 //
 // The sender keeps the rules of the other layouts: it ends at the first colon, holds 1 to 60
 // code points, and when the colon comes right after the white space that ends the start, that
-// white space gives its last character to the sender (as a backtracking regex would).
+// white space gives its last character to the sender (as a backtracking regex would). The body
+// is the rest of the line after the colon and the white space that follows it.
 
 namespace lumenary::LinePatterns {
 namespace {

@@ -43,14 +43,10 @@ TEST(OtherLinePatterns, ReadEachShapeWithItsExactGroups) {
         {"08/11/2017 10:47:45: Amma: Did you eat?",
          {"08/11/2017", "10:47:45", "Amma", "Did you eat?"}},
         {"08/11/2017, 10:47: Amma: ok", {"08/11/2017", "10:47", "Amma", "ok"}},
-        {"08/11/2017 10:47 PM: Amma: ok", {"08/11/2017", "10:47 PM", "Amma", "ok"}},
         {"[21.3.2020 21.25.15] Aino: moi", {"21.3.2020", "21.25.15", "Aino", "moi"}},
         {"2019-01-01 12:00 - Ravi: hey  ", {"2019-01-01", "12:00", "Ravi", "hey  "}},
         {"12/03/2021,9:29 - Ravi:   hi", {"12/03/2021", "9:29", "Ravi", "hi"}},
         {"١٢/٠٣/٢٠٢١ ٩:٣٠ م - سارة: مرحبا", {"١٢/٠٣/٢٠٢١", "٩:٣٠ م", "سارة", "مرحبا"}},
-        // The shapes the other matchers read give the same groups here.
-        {"12/03/21, 22:15 - Amma: Did you eat?", {"12/03/21", "22:15", "Amma", "Did you eat?"}},
-        {"[1/3/21, 9:05 AM] Ravi Kumar: ok", {"1/3/21", "9:05 AM", "Ravi Kumar", "ok"}},
     };
     for (const auto& [line, groups] : cases) {
         SCOPED_TRACE(line);
@@ -64,19 +60,17 @@ TEST(OtherLinePatterns, SenderEndsAtTheFirstColonAndHoldsAtMostSixtyCodePoints) 
               (Groups{"08/11/2017", "10:47", "Ravi", "see: this - that"}));
     EXPECT_EQ(header("[08/11/2017 10:47:45] Ravi Kumar 😊 : ok"),
               (Groups{"08/11/2017", "10:47:45", "Ravi Kumar 😊 ", "ok"}));
+    // Code points are counted, an ill-formed byte as one U+FFFD.
+    const std::string start = "08/11/2017 10:47:45: ";
     std::string sixty;
-    for (int i = 0; i < 60; ++i)
-        sixty += "é";
-    EXPECT_EQ(LinePatterns::matchOtherHeader("08/11/2017 10:47:45: " + sixty + ": x")->sender,
-              sixty);
-    EXPECT_EQ(header("08/11/2017 10:47:45: " + sixty + "é: x"), std::nullopt);
-    // Each ill-formed byte counts as one U+FFFD.
-    EXPECT_TRUE(header("08/11/2017 10:47 - " + std::string(60, '\xFF') + ": x"));
-    EXPECT_FALSE(header("08/11/2017 10:47 - " + std::string(61, '\xFF') + ": x"));
+    for (int i = 0; i < 30; ++i)
+        sixty += "é\xFF";
+    EXPECT_EQ(header(start + sixty + ": x")->at(2), sixty);
+    EXPECT_FALSE(header(start + sixty + "é: x"));
     // A colon right after the white space takes its last character as the sender, as long as
     // the dash keeps one.
-    EXPECT_EQ(LinePatterns::matchOtherHeader("[08/11/2017 10:47:45]  : x")->sender, " ");
-    EXPECT_EQ(LinePatterns::matchOtherHeader("08/11/2017 10:47 -  : x")->sender, " ");
+    EXPECT_EQ(header("[08/11/2017 10:47:45]  : x")->at(2), " ");
+    EXPECT_EQ(header("08/11/2017 10:47 -  : x")->at(2), " ");
     EXPECT_EQ(header("08/11/2017 10:47 - : x"), std::nullopt);
     EXPECT_EQ(header("[08/11/2017 10:47:45]: x"), std::nullopt);
     EXPECT_EQ(header("08/11/2017 10:47 - Ravi has no colon"), std::nullopt);
@@ -87,8 +81,7 @@ TEST(OtherLinePatterns, ConnectorWordsNeedWhiteSpaceAroundThem) {
     EXPECT_EQ(header("23.3.2020 klo 12.14 - Aino: moi"), expected);
     EXPECT_EQ(header("23.3.2020, klo 12.14 - Aino: moi"), expected);
     EXPECT_EQ(header("23.3.2020,klo 12.14 - Aino: moi"), expected);
-    EXPECT_EQ(LinePatterns::matchOtherHeader("[23.3.2020 klo 12.14.05] Aino: moi")->time,
-              "12.14.05");
+    EXPECT_EQ(header("[23.3.2020 klo 12.14.05] Aino: moi")->at(1), "12.14.05");
     EXPECT_EQ(header("23.3.2020klo 12.14 - Aino: moi"), std::nullopt);
     EXPECT_EQ(header("23.3.2020 klo12.14 - Aino: moi"), std::nullopt);
     EXPECT_EQ(header("23.3.2020 kello 12.14 - Aino: moi"), std::nullopt);
@@ -106,29 +99,16 @@ TEST(OtherLinePatterns, NoticesOfEachShapeGiveDateAndTime) {
 }
 
 TEST(OtherLinePatterns, ContinuationTextAndNearMissesDoNotMatch) {
+    // Continuation text; times without minutes, with one-digit minutes or seconds or three-digit
+    // hours; a dash without spaces; no space after the old colon; a bracket not closing right
+    // after the time, or an unbracketed ending in a bracketed line; a day period too long.
     for (const char* line :
-         {"5 minutes late",
-          "2 eggs",
-          "12/03/2021 is her birthday: remember",
-          "12/03/2021 9 - Ravi: x",     // no minutes
-          "12/03/2021 9 PM - Ravi: x",  // no minutes
-          "12/03/2021 9:29-Ravi: x",    // a dash without spaces
-          "12/03/2021 9:29 -Ravi: x",
-          "12/03/2021 9:5 - Ravi: x",        // one-digit minutes
-          "12/03/2021 123:45 - Ravi: x",     // three-digit hours
-          "12/03/2021 9:29:5 - Ravi: x",     // one-digit seconds
-          "12/03/2021 9:29:45:Ravi: x",      // no space after the old colon
-          "[08/11/2017 10:47:45 ] Ravi: x",  // the bracket must close right after the time
-          "[08/11/2017 10:47:45: Ravi: x",   // the old colon is not for bracketed lines
-          "[08/11/2017 10:47:45 - Ravi: x",
-          "12345/03/2021 9:30 - Ravi: x",  // five-digit first number
-          "12/03/2021 9:30 at the old bus stand - Ravi: see you",
-          "[",
-          "",
-          "1",
-          "12/",
-          "12/03/2021",
-          "12/03/2021 ",
+         {"5 minutes late", "2 eggs", "12/03/2021 is her birthday: remember",
+          "12/03/2021 9 - Ravi: x", "12/03/2021 9:5 - Ravi: x", "12/03/2021 9:29:5 - Ravi: x",
+          "12/03/2021 123:45 - Ravi: x", "12/03/2021 9:29-Ravi: x", "12/03/2021 9:29:45:Ravi: x",
+          "[08/11/2017 10:47:45 ] R: x", "[08/11/2017 10:47:45: Ravi: x",
+          "[08/11/2017 10:47:45 - Ravi: x", "12345/03/2021 9:30 - Ravi: x",
+          "12/03/2021 9:30 at the old bus stand - Ravi: see you", "", "[", "12/", "12/03/2021 ",
           "12/03/2021 9:"}) {
         SCOPED_TRACE(line);
         EXPECT_EQ(header(line), std::nullopt);
@@ -143,9 +123,9 @@ TEST(OtherLinePatterns, NeverReadPastATruncatedLine) {
           "08/11/2017 10:47:45: A: x", "١٢/٠٣/٢٠٢١ ٩:٣٠ م - سارة: مرحبا",
           "12/03/2021 9:30 \xE2\x80"}) {
         for (size_t length = 0; length <= full.size(); ++length) {
-            const auto buffer = std::make_unique<char[]>(length + 1);
-            std::memcpy(buffer.get() + 1, full.data(), length);
-            const std::string_view line(buffer.get() + 1, length);
+            const auto buffer = std::make_unique_for_overwrite<char[]>(length);
+            std::memcpy(buffer.get(), full.data(), length);
+            const std::string_view line(buffer.get(), length);
             LinePatterns::matchOtherHeader(line);
             LinePatterns::matchOtherNotice(line);
         }
