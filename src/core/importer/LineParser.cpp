@@ -111,9 +111,15 @@ std::optional<LinePatterns::HeaderGroups> matchHeader(std::string_view line) {
     auto header = bracketed ? LinePatterns::matchBracketed(line) : LinePatterns::matchDashed(line);
     // A bracketed "date" holding the ']' is the lazy group running past a header without a comma
     // ("[08/11/2017 10:47:45] Ravi: yes, [that] one: …"); no date reads that way.
-    if (!header || (bracketed && header->date.find(']') != std::string_view::npos)) {
-        if (auto other = LinePatterns::matchOtherHeader(line))
+    if (header && !(bracketed && header->date.find(']') != std::string_view::npos))
+        return header;
+    // The other shapes are looser, and a line of a message may take one by chance ("12/03/2021
+    // 9:30 at the park - Ravi: ok"): they count only when their date reads.
+    if (auto other = LinePatterns::matchOtherHeader(line)) {
+        if (DateShapes::readAny(other->date, other->time, DateOrder::dayFirst) ||
+            DateShapes::readAny(other->date, other->time, DateOrder::monthFirst)) {
             return other;
+        }
     }
     return header;
 }

@@ -1,5 +1,6 @@
 #include <unicode/uchar.h>
 
+#include <algorithm>
 #include <array>
 
 #include "importer/LinePatterns.h"
@@ -243,9 +244,13 @@ std::optional<Start> matchStart(std::string_view s) {
     }
     start.needSpace = true;
     if (i < n && s[i] == ':') {
-        // The old layout. The white space after the colon keeps "10:47:45" from reading as a
-        // time of "10:47" and this colon.
-        if (!spaceAt(s, i + 1))
+        // The old layout, whose times always have seconds: a person typing "12/03/2021 9:30:
+        // meet at the station" on a line of her message writes none. The white space after the
+        // colon keeps "10:47:45" from reading as a time of "10:47" and this colon.
+        const auto timeText = s.substr(start.time.begin, i - start.time.begin);
+        const bool withSeconds =
+            std::count_if(timeText.begin(), timeText.end(), isTimeSeparator) == 2;
+        if (!withSeconds || !spaceAt(s, i + 1))
             return std::nullopt;
         start.after = i + 1;
         return start;

@@ -42,7 +42,7 @@ TEST(OtherLinePatterns, ReadEachShapeWithItsExactGroups) {
         {"[12/03/2021 9:15:02\u202FPM] Ravi: ok", {"12/03/2021", "9:15:02\u202FPM", "Ravi", "ok"}},
         {"08/11/2017 10:47:45: Amma: Did you eat?",
          {"08/11/2017", "10:47:45", "Amma", "Did you eat?"}},
-        {"08/11/2017, 10:47: Amma: ok", {"08/11/2017", "10:47", "Amma", "ok"}},
+        {"08/11/2017, 10:47:45: Amma: ok", {"08/11/2017", "10:47:45", "Amma", "ok"}},
         {"[21.3.2020 21.25.15] Aino: moi", {"21.3.2020", "21.25.15", "Aino", "moi"}},
         {"2019-01-01 12:00 - Ravi: hey  ", {"2019-01-01", "12:00", "Ravi", "hey  "}},
         {"12/03/2021,9:29 - Ravi:   hi", {"12/03/2021", "9:29", "Ravi", "hi"}},
@@ -89,27 +89,41 @@ TEST(OtherLinePatterns, ConnectorWordsNeedWhiteSpaceAroundThem) {
 
 TEST(OtherLinePatterns, NoticesOfEachShapeGiveDateAndTime) {
     for (const char* line :
-         {"28/3/2025 9:29 p. m. - Ravi salió", "[28/3/2025 9:29 p. m.] Ravi salió",
-          "28/3/2025 9:29 p. m.: Ravi salió"}) {
+         {"28/3/2025 9:29 p. m. - Ravi salió", "[28/3/2025 9:29 p. m.] Ravi salió"}) {
         SCOPED_TRACE(line);
         EXPECT_EQ(notice(line), (Groups{"28/3/2025", "9:29 p. m."}));
         EXPECT_EQ(header(line), std::nullopt);
     }
     EXPECT_EQ(notice("23.3.2020 klo 12.14 - Aino lähti"), (Groups{"23.3.2020", "12.14"}));
+    EXPECT_EQ(notice("08/11/2017 10:47:45: Ravi left"), (Groups{"08/11/2017", "10:47:45"}));
 }
 
 TEST(OtherLinePatterns, ContinuationTextAndNearMissesDoNotMatch) {
     // Continuation text; times without minutes, with one-digit minutes or seconds or three-digit
     // hours; a dash without spaces; no space after the old colon; a bracket not closing right
-    // after the time, or an unbracketed ending in a bracketed line; a day period too long.
-    for (const char* line :
-         {"5 minutes late", "2 eggs", "12/03/2021 is her birthday: remember",
-          "12/03/2021 9 - Ravi: x", "12/03/2021 9:5 - Ravi: x", "12/03/2021 9:29:5 - Ravi: x",
-          "12/03/2021 123:45 - Ravi: x", "12/03/2021 9:29-Ravi: x", "12/03/2021 9:29:45:Ravi: x",
-          "[08/11/2017 10:47:45 ] R: x", "[08/11/2017 10:47:45: Ravi: x",
-          "[08/11/2017 10:47:45 - Ravi: x", "12345/03/2021 9:30 - Ravi: x",
-          "12/03/2021 9:30 at the old bus stand - Ravi: see you", "", "[", "12/", "12/03/2021 ",
-          "12/03/2021 9:"}) {
+    // after the time, or an unbracketed ending in a bracketed line; a day period too long; the
+    // old colon ending after a time without seconds, as a person types it.
+    for (const char* line : {"5 minutes late",
+                             "2 eggs",
+                             "12/03/2021 is her birthday: remember",
+                             "12/03/2021 9 - Ravi: x",
+                             "12/03/2021 9:5 - Ravi: x",
+                             "12/03/2021 9:29:5 - Ravi: x",
+                             "12/03/2021 123:45 - Ravi: x",
+                             "12/03/2021 9:29-Ravi: x",
+                             "12/03/2021 9:29:45:Ravi: x",
+                             "[08/11/2017 10:47:45 ] R: x",
+                             "[08/11/2017 10:47:45: Ravi: x",
+                             "[08/11/2017 10:47:45 - Ravi: x",
+                             "12345/03/2021 9:30 - Ravi: x",
+                             "12/03/2021 9:30 at the old bus stand - Ravi: see you",
+                             "12/03/2021 9:30: meet at the station",
+                             "08/11/2017, 10:47: Agenda: x",
+                             "",
+                             "[",
+                             "12/",
+                             "12/03/2021 ",
+                             "12/03/2021 9:"}) {
         SCOPED_TRACE(line);
         EXPECT_EQ(header(line), std::nullopt);
         EXPECT_EQ(notice(line), std::nullopt);

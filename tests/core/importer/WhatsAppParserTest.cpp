@@ -238,6 +238,38 @@ TEST(WhatsAppParser, DecidesTheOrderOfEachLayoutOfAMergedExport) {
     EXPECT_EQ(civilOf(messages[103]), (CivilTime{2021, 4, 1, 8, 0, 0}));
 }
 
+TEST(WhatsAppParser, ReadsTheOtherShapesOnlyWhereTheTwoLayoutsDoNot) {
+    const auto messages = WhatsAppParser::parse(
+        "[08/11/2017 10:47:45] Amma: yes, [that] one: the blue\n"
+        "12/03/2021, 22:15 - Amma: the list\n"
+        "12/03/2021 9:30 at the park - Ravi: ok\n"
+        "12/03/2021 9:30: meet at the station\n"
+        "28/3/2025 9:29 p. m. - Ravi: ya voy\n");
+    ASSERT_THAT(testing::sendersAndTexts(messages),
+                ElementsAre(Pair("Amma", "yes, [that] one: the blue"),
+                            Pair("Amma",
+                                 "the list\n12/03/2021 9:30 at the park - Ravi: ok\n"
+                                 "12/03/2021 9:30: meet at the station"),
+                            Pair("Ravi", "ya voy")));
+    EXPECT_EQ(civilOf(messages[0]), (CivilTime{2017, 11, 8, 10, 47, 45}));
+    EXPECT_EQ(civilOf(messages[2]), (CivilTime{2025, 3, 28, 21, 29, 0}));
+}
+
+TEST(WhatsAppParser, MakesAnAttachmentsCaptionItsMessage) {
+    const auto messages = WhatsAppParser::parse(
+        "12/03/21, 22:15 - Amma: IMG-20210312-WA0001.jpg (file attached)\n"
+        "Look at this\n"
+        "\n"
+        "and this\n"
+        "12/03/21, 22:16 - Amma: DOC-20210312-WA0002.pdf (Datei angehängt)\n"
+        "12/03/21, 22:17 - Ravi left\n"
+        "12/03/21, 22:17 - Ravi: nice\n"
+        "12/03/21, 22:18 - Amma: IMG-20210312-WA0003.jpg (file attached)\n");
+    ASSERT_THAT(testing::sendersAndTexts(messages),
+                ElementsAre(Pair("Amma", "Look at this\nand this"), Pair("Ravi", "nice")));
+    EXPECT_EQ(civilOf(messages[0]), (CivilTime{2021, 3, 12, 22, 15, 0}));
+}
+
 TEST(WhatsAppParser, RemovesEveryDirectionControlButKeepsEmojiJoiners) {
     const auto messages = WhatsAppParser::parse(
         "\u202A[12/03/2021, 10:15:32 PM] \u2068Amma\u2069\u202C: \u202Bhi\u202E \u2066\u2067"
