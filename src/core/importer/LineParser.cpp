@@ -230,8 +230,11 @@ void LineParser::closeOpenDraft() {
     if (!open_->text.empty())
         batch_.drafts.push_back(*open_);
     open_.reset();
-    batch_.drafts.insert(batch_.drafts.end(), noticesAfterOpen_.begin(), noticesAfterOpen_.end());
-    noticesAfterOpen_.clear();
+    if (!noticesAfterOpen_.empty()) {
+        batch_.drafts.insert(batch_.drafts.end(), noticesAfterOpen_.begin(),
+                             noticesAfterOpen_.end());
+        noticesAfterOpen_.clear();
+    }
 }
 
 void LineParser::keepOpenDraftIn(DraftBatch& batch) {
