@@ -258,6 +258,12 @@ std::optional<Timestamp> read(std::string_view dateField, std::string_view timeF
 
 std::optional<Timestamp> readAny(std::string_view dateField, std::string_view timeField,
                                  DateOrder order) {
+    // None of the ten formats has a dot in its time, so a dotted time ("9:29 p. m.", "21.25")
+    // after a date without a comma (which would end the date part early) skips them.
+    const bool tenFormatsCannotRead = timeField.find('.') != std::string_view::npos &&
+                                      dateField.find(',') == std::string_view::npos;
+    if (tenFormatsCannotRead)
+        return read(dateField, timeField, order);
     const std::optional<Timestamp> moment = DateReader::read(dateField, timeField, order);
     // "dd-MM-yyyy" and "dd/MM/yyyy" take a year written with two digits as it stands ("12-03-21"
     // is the year 21), where no chat was ever written: such a date reads as a person reads it.
