@@ -5,7 +5,6 @@
 
 #include "Application.h"
 #include "ModelModes.h"
-#include "SelfTest.h"
 
 namespace lumenary::CommandLine {
 namespace {
@@ -26,20 +25,6 @@ int startApplication(const std::vector<std::string>& args, std::ostream& err) {
 
 }  // namespace
 
-SelfTestArguments selfTestArguments(const std::vector<std::string>& args) {
-    SelfTestArguments parsed;
-    parsed.path = args.size() > 2 ? args[2] : "";
-    std::vector<std::string> remaining(args.begin() + std::min<std::size_t>(3, args.size()),
-                                       args.end());
-    while (remaining.size() >= 2 && remaining[0] == "--as") {
-        parsed.speakerHint = remaining[1];
-        remaining.erase(remaining.begin(), remaining.begin() + 2);
-    }
-    if (!remaining.empty())
-        parsed.query = joinFrom(remaining, 0);
-    return parsed;
-}
-
 std::optional<DemoArguments> demoArguments(const std::vector<std::string>& args) {
     const auto demo = std::find(args.begin(), args.end(), "--demo");
     if (demo == args.end())
@@ -59,14 +44,8 @@ int run(const std::vector<std::string>& args, std::ostream& out, std::ostream& e
     const std::size_t n = args.size();
     if (n >= 2) {
         const std::string& first = args[1];
-        if (first == "--selftest") {
-            if (n == 2) {
-                out << kSelfTestUsage << '\n';
-                return 2;
-            }
-            const SelfTestArguments selfTest = selfTestArguments(args);
-            return SelfTest::run(selfTest.path, selfTest.speakerHint, selfTest.query, out);
-        }
+        if (first == "--selftest")
+            return runSelfTest(args, out);
         if (first == "--ping")
             return ModelModes::ping(n == 2 ? "ping" : joinFrom(args, 2), out);
         if (first == "--ask" && n != 2)

@@ -6,25 +6,13 @@
 #include <string>
 #include <vector>
 
+#include "SelfTestCommand.h"
+
 namespace lumenary::CommandLine {
-
-/// The usage line printed for "--selftest" without a path.
-inline constexpr const char* kSelfTestUsage =
-    "usage: Lumenary --selftest <chat.zip | _chat.txt> [--as <name>] [query]";
-
-/// What the self-test was asked for, read from the arguments after "--selftest".
-struct SelfTestArguments {
-    std::string path;
-    std::optional<std::string> speakerHint;  // the last "--as" pair that directly follows the path
-    std::optional<std::string> query;        // every remaining argument, joined with single spaces
-};
-
-/// Reads `args` (entry 0 the program path, entry 1 "--selftest", entry 2 the path).
-SelfTestArguments selfTestArguments(const std::vector<std::string>& args);
 
 /// What `--demo` asks for: the export to seed from and the preferred sender.
 struct DemoArguments {
-    std::string exportPath;                  // "docs/sample-chat.txt" unless one follows "--demo"
+    std::string exportPath;                    // "docs/sample-chat.txt" unless one follows "--demo"
     std::optional<std::string> preferredName;  // the entry right after the first "--as"
 };
 

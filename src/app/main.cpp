@@ -1,25 +1,17 @@
-#include <exception>
+// The whole program, lumenary-app: every mode of the command line and the desktop application.
+// People run the light front, `lumenary`, which hands all but the self-test over to this one.
+
 #include <iostream>
-#include <new>
 #include <string>
 #include <vector>
 
 #include "CommandLine.h"
+#include "ProgramMain.h"
 
 int main(int argc, char** argv) {
     std::ios::sync_with_stdio(false);
-    try {
-        const int code = lumenary::CommandLine::run(std::vector<std::string>(argv, argv + argc),
-                                                    std::cout, std::cerr);
-        std::cout.flush();
-        return code;
-    } catch (const std::bad_alloc&) {
-        // An archive far larger than this machine's memory: say so instead of aborting.
-        std::cout.flush();
-        std::cerr << "lumenary: not enough memory to finish.\n";
-    } catch (const std::exception& error) {
-        std::cout.flush();
-        std::cerr << "lumenary: " << error.what() << '\n';
-    }
-    return 1;
+    const std::vector<std::string> args(argv, argv + argc);
+    return lumenary::ProgramMain::reportingFailures(
+        [&] { return lumenary::CommandLine::run(args, std::cout, std::cerr); }, std::cout,
+        std::cerr);
 }
