@@ -195,15 +195,12 @@ void LineParser::addHeader(Layout layout, const LinePatterns::HeaderGroups& head
     if (needsSecondPass())
         return;
     const std::string_view text = NoiseRules::trimmedBody(header.body);
-    // An attachment's caption, if it has one, follows on the next lines: the message starts
-    // empty and is dropped if nothing comes.
-    const bool attachment =
-        !text.empty() && text.back() == ')' && NoiseRules::isAttachmentLine(text);
-    if (!attachment && (text.empty() || NoiseRules::isNoiseTrimmed(text)))
-        return;
+    if (text.empty())
+        return;  // not a message, and its continuation lines belong to the one before
     closeOpenDraft();
     open_ = MessageDraft{text::trimSpacesAndTabs(header.sender),
-                         attachment ? std::string_view() : text,
+                         text,
+                         {},
                          header.date,
                          header.time,
                          settledOrder(layout),
@@ -215,7 +212,8 @@ void LineParser::addHeader(Layout layout, const LinePatterns::HeaderGroups& head
 void LineParser::addNotice(Layout layout, std::string_view date, std::string_view time) {
     if (settledOrder(layout))
         return;  // only the undecided comparison has a use for its date
-    MessageDraft notice{{}, {}, batch_.copy(date), batch_.copy(time), std::nullopt, layout, true};
+    MessageDraft notice{{},           {},     {},  batch_.copy(date), batch_.copy(time),
+                        std::nullopt, layout, true};
     if (open_) {
         noticesAfterOpen_.push_back(notice);
     } else {
@@ -226,9 +224,7 @@ void LineParser::addNotice(Layout layout, std::string_view date, std::string_vie
 void LineParser::closeOpenDraft() {
     if (!open_)
         return;
-    // An attachment that no caption followed is no message.
-    if (!open_->text.empty())
-        batch_.drafts.push_back(*open_);
+    batch_.drafts.push_back(*open_);
     open_.reset();
     if (!noticesAfterOpen_.empty()) {
         batch_.drafts.insert(batch_.drafts.end(), noticesAfterOpen_.begin(),
@@ -239,7 +235,8 @@ void LineParser::closeOpenDraft() {
 
 void LineParser::keepOpenDraftIn(DraftBatch& batch) {
     open_->sender = batch.copy(open_->sender);
-    open_->text = batch.copy(open_->text);
+    open_->body = batch.copy(open_->body);
+    open_->more = batch.copy(open_->more);
     open_->dateField = batch.copy(open_->dateField);
     open_->timeField = batch.copy(open_->timeField);
     for (MessageDraft& notice : noticesAfterOpen_) {
@@ -265,8 +262,8 @@ void LineParser::addContinuation(std::string_view line) {
     const std::string_view trimmed = text::trimSpacesAndTabs(line);
     if (trimmed.empty())
         return;
-    open_->text =
-        open_->text.empty() ? batch_.copy(trimmed) : batch_.copy(open_->text, "\n", trimmed);
+    open_->more =
+        open_->more.empty() ? batch_.copy(trimmed) : batch_.copy(open_->more, "\n", trimmed);
 }
 
 void LineParser::noteNumbers(Layout layout, std::string_view dateField) {

@@ -1,8 +1,9 @@
 #pragma once
-// The first stage of parsing an export: each line is matched, tested for noise and dated, and
-// each message leaves as a draft. Building the messages (ids, strings) is the second stage,
-// MessageAssembler, which may run on another thread at the same time; the two meet in
-// ParsePipeline.
+// The first stage of parsing an export: each line is matched, and each message leaves as a
+// draft with its continuation lines. The second stage, MessageAssembler, drops the drafts that
+// are noise, reads the dates and builds the messages (ids, strings); it runs on another thread at
+// the same time, and the two meet in ParsePipeline. The work is split so that neither thread
+// waits long for the other.
 //
 // Internal to the importer.
 
@@ -35,11 +36,14 @@ using LayoutOrders = std::array<std::optional<DateOrder>, 2>;
 /// shapes of other languages and older versions), or nothing.
 std::optional<LinePatterns::HeaderGroups> matchHeader(std::string_view line);
 
-/// A message as the parser found it; the views point into text that its batch keeps alive. Its
-/// date is read by the assembler, which has time to spare.
+/// A message as the parser found it; the views point into text that its batch keeps alive.
+/// Whether it is something a person wrote, and its date, are left to the assembler, which has
+/// time to spare: a draft whose body proves to be noise is dropped there, and its continuation
+/// lines join the message kept before it.
 struct MessageDraft {
     std::string_view sender;
-    std::string_view text;
+    std::string_view body;  // the header line's text, trimmed; never empty
+    std::string_view more;  // the continuation lines after it, joined with "\n"; often empty
     std::string_view dateField;
     std::string_view timeField;
     std::optional<DateOrder> order;  // nothing: the order was not known yet, read both ways

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "importer/DateShapes.h"
+#include "importer/NoiseRules.h"
 
 namespace lumenary {
 namespace {
@@ -32,6 +33,23 @@ MessageAssembler::MessageAssembler(std::size_t textBytes) {
     adviseHugePages(messages_.data(), messages_.capacity() * sizeof(ChatMessage));
 }
 
+namespace {
+
+enum class Body {
+    message,
+    attachment,  // its caption, on the lines after it, is the message
+    noise,
+};
+
+Body kindOf(std::string_view body) {
+    // An attachment line is noise too, so it is told first.
+    if (body.back() == ')' && NoiseRules::isAttachmentLine(body))
+        return Body::attachment;
+    return NoiseRules::isNoiseTrimmed(body) ? Body::noise : Body::message;
+}
+
+}  // namespace
+
 void MessageAssembler::add(const DraftBatch& batch) {
     for (const MessageDraft& draft : batch.drafts) {
         auto read = [&](DateOrder order) {
@@ -42,11 +60,30 @@ void MessageAssembler::add(const DraftBatch& batch) {
             undecided.push_back({kNotice, read(DateOrder::dayFirst), read(DateOrder::monthFirst)});
             continue;
         }
+        std::string text;
+        switch (kindOf(draft.body)) {
+            case Body::noise:
+                // Lines that continue a dropped notice belong to the message kept before it.
+                if (!draft.more.empty() && !messages_.empty())
+                    messages_.back().text.append("\n").append(draft.more);
+                continue;
+            case Body::attachment:
+                if (draft.more.empty())
+                    continue;  // no caption, no message
+                text = draft.more;
+                break;
+            case Body::message:
+                text.reserve(draft.body.size() + (draft.more.empty() ? 0 : draft.more.size() + 1));
+                text.append(draft.body);
+                if (!draft.more.empty())
+                    text.append("\n").append(draft.more);
+                break;
+        }
         const double date = read(draft.order.value_or(DateOrder::dayFirst));
         if (!draft.order)
             undecided.push_back({messages_.size(), date, read(DateOrder::monthFirst)});
         messages_.push_back(
-            ChatMessage{uuids_.next(), std::string(draft.sender), std::string(draft.text), date});
+            ChatMessage{uuids_.next(), std::string(draft.sender), std::move(text), date});
     }
 }
 
