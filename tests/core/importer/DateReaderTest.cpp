@@ -9,11 +9,7 @@
 namespace lumenary {
 namespace {
 
-std::optional<CivilTime> civilOf(std::optional<Timestamp> t) {
-    if (!t)
-        return std::nullopt;
-    return LocalTime::civil(*t);
-}
+using testing::civilOf;
 
 TEST(DateReader, ReadsWhatIcuReadsWithTheTenFormats) {
     const testing::IcuDateReading icu;

@@ -11,11 +11,7 @@
 namespace lumenary {
 namespace {
 
-std::optional<CivilTime> civilOf(std::optional<Timestamp> t) {
-    if (!t)
-        return std::nullopt;
-    return LocalTime::civil(*t);
-}
+using testing::civilOf;
 
 std::optional<CivilTime> shape(std::string_view date, std::string_view time,
                                DateOrder order = DateOrder::dayFirst) {

@@ -17,6 +17,13 @@
 
 namespace lumenary::testing {
 
+/// The wall-clock reading of a date in the test zone, or nothing.
+inline std::optional<CivilTime> civilOf(std::optional<Timestamp> moment) {
+    if (!moment)
+        return std::nullopt;
+    return LocalTime::civil(*moment);
+}
+
 class IcuDateReading {
 public:
     IcuDateReading() {
