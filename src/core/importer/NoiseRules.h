@@ -23,7 +23,7 @@ std::span<const std::string_view> phrases();
 /// True for an attachment line that a caption may follow on the next lines, as Android writes it:
 /// a file name and "(file attached)" in any of the export languages ("IMG-20210312-WA0001.jpg
 /// (file attached)", "… (Datei angehängt)"). `trimmed` as trimmedBody gives it. An attachment line
-/// alone is noise (isNoiseTrimmed says so); the parser makes the caption, if any, the message.
+/// alone is noise (isNoiseTrimmed says so); the importer makes the caption, if any, the message.
 bool isAttachmentLine(std::string_view trimmed);
 
 /// True when `text` holds a character outside ASCII that root lower-casing changes ("Ü", "İ",
