@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "Application.h"
+#include "DemoSeed.h"
 #include "ModelModes.h"
 
 namespace lumenary::CommandLine {
@@ -29,14 +30,17 @@ std::optional<DemoArguments> demoArguments(const std::vector<std::string>& args)
     const auto demo = std::find(args.begin(), args.end(), "--demo");
     if (demo == args.end())
         return std::nullopt;
-    DemoArguments parsed{"docs/sample-chat.txt", std::nullopt};
-    const auto path = std::find_if(demo + 1, args.end(),
-                                   [](const std::string& arg) { return !arg.starts_with("--"); });
-    if (path != args.end())
-        parsed.exportPath = *path;
+    DemoArguments parsed;
     const auto as = std::find(args.begin(), args.end(), "--as");
-    if (as != args.end() && as + 1 != args.end())
-        parsed.preferredName = *(as + 1);
+    const auto name = as == args.end() ? args.end() : as + 1;
+    if (name != args.end())
+        parsed.preferredName = *name;
+    for (auto arg = demo + 1; arg != args.end(); ++arg) {
+        if (arg != name && !arg->starts_with("--")) {
+            parsed.exportPath = *arg;
+            break;
+        }
+    }
     return parsed;
 }
 
@@ -64,7 +68,7 @@ int run(const std::vector<std::string>& args, std::ostream& out, std::ostream& e
         // argument they start the application.
     }
     if (const auto demo = demoArguments(args)) {
-        if (ModelModes::seedDemo(demo->exportPath, demo->preferredName, out, err) != 0)
+        if (DemoSeed::seed(demo->exportPath, demo->preferredName, out, err) != 0)
             return 1;
         out.flush();
     }

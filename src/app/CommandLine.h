@@ -12,7 +12,9 @@ namespace lumenary::CommandLine {
 
 /// What `--demo` asks for: the export to seed from and the preferred sender.
 struct DemoArguments {
-    std::string exportPath;                    // "docs/sample-chat.txt" unless one follows "--demo"
+    // The first entry after "--demo" that is neither a switch nor the name after "--as"; nothing
+    // means the sample chat that comes with Lumenary.
+    std::optional<std::string> exportPath;
     std::optional<std::string> preferredName;  // the entry right after the first "--as"
 };
 

@@ -1,6 +1,5 @@
 #include "ModelModes.h"
 
-#include <ctime>
 #include <filesystem>
 #include <ostream>
 #include <thread>
@@ -8,7 +7,6 @@
 #include "LoginItem.h"
 #include "common/XdgPaths.h"
 #include "conversation/Conversation.h"
-#include "importer/ArchiveImporter.h"
 #include "providers/Keys.h"
 #include "providers/ModelClient.h"
 #include "store/Store.h"
@@ -30,29 +28,6 @@ Expected<std::string, ModelError> completeOffThread(const Conversation::Request&
     });
     worker.join();
     return std::move(*result);
-}
-
-// Seeding replaces the archive, and one already in the data folder may be the only copy of her
-// messages. It is copied aside first ("before-demo-<seconds>/"), and nothing is seeded when that
-// fails.
-bool keepExistingData(const std::filesystem::path& folder) {
-    namespace fs = std::filesystem;
-    std::error_code error;
-    if (!fs::exists(folder / Store::messagesFile, error))
-        return true;
-    const fs::path aside = folder / ("before-demo-" + std::to_string(std::time(nullptr)));
-    fs::create_directories(aside, error);
-    if (error)
-        return false;
-    for (std::string_view name : {Store::personaFile, Store::messagesFile, Store::transcriptFile}) {
-        const fs::path from = folder / name;
-        if (!fs::exists(from, error))
-            continue;
-        fs::copy_file(from, aside / name, fs::copy_options::skip_existing, error);
-        if (error)
-            return false;
-    }
-    return true;
 }
 
 }  // namespace
@@ -116,41 +91,6 @@ int unregisterLoginItem(std::ostream& err) {
         err << "Could not remove the login item: " << *failure << '\n';
         return 1;
     }
-    return 0;
-}
-
-int seedDemo(const std::string& exportPath, const std::optional<std::string>& preferredName,
-             std::ostream& out, std::ostream& err) {
-    std::error_code error;
-    std::filesystem::path path = std::filesystem::absolute(expandTilde(exportPath), error);
-    if (error)
-        path = expandTilde(exportPath);
-    path = path.lexically_normal();
-
-    auto imported = ArchiveImporter::load(path);
-    const std::optional<std::string> sender =
-        imported ? ArchiveImporter::suggestSpeaker(imported->senders, preferredName) : std::nullopt;
-    if (!sender) {
-        err << "Could not seed from " << path.string() << '\n';
-        return 1;
-    }
-
-    const std::filesystem::path folder = Store::defaultFolder();
-    if (!keepExistingData(folder)) {
-        err << "Could not keep a copy of the archive already in " << folder.string()
-            << ", so nothing was seeded.\n";
-        return 1;
-    }
-    Store store(folder);
-    Persona persona = store.persona();
-    persona.name = *sender;
-    persona.relationship = "Mother";
-    persona.onboarded = true;
-    persona.herWordsOnly = true;
-    store.setPersona(std::move(persona));
-    const std::size_t count = imported->messages.size();
-    store.adopt(std::move(imported->messages), *sender);
-    out << "Seeded " << count << " messages as " << *sender << ". Starting\u2026\n";
     return 0;
 }
 

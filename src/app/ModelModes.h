@@ -1,7 +1,7 @@
 #pragma once
 // The command-line modes that reach beyond the self-test: checking the configured provider,
-// asking her one question, removing the login item and seeding the store for a demo. Each works
-// on the user's real data folder and keyring, without a display.
+// asking her one question and removing the login item. Each works on the user's real data folder
+// and keyring, without a display.
 
 #include <iosfwd>
 #include <optional>
@@ -22,12 +22,6 @@ int ask(const std::string& question, std::ostream& out);
 
 /// Removes the autostart entry when one is active. 0, or 1 with the reason on `err`.
 int unregisterLoginItem(std::ostream& err);
-
-/// Imports `exportPath` ("~" expanded), picks her sender (`preferredName` first) and adopts the
-/// archive into the store with "Her words only" on, after copying any archive already there into
-/// a "before-demo-<seconds>" folder beside it. 0 when seeded, else 1 with a line on `err`.
-int seedDemo(const std::string& exportPath, const std::optional<std::string>& preferredName,
-             std::ostream& out, std::ostream& err);
 
 /// `path` with a leading "~" replaced by the home folder.
 std::string expandTilde(const std::string& path);

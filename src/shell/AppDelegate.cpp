@@ -6,6 +6,7 @@
 #include <QScreen>
 #include <QThreadPool>
 
+#include "ConfirmationBox.h"
 #include "LoginItem.h"
 #include "TrayIcon.h"
 #include "chat/ChatWindow.h"
@@ -17,9 +18,6 @@ namespace {
 constexpr int kChatWidth = 400;
 constexpr int kChatHeight = 520;
 
-constexpr const char* kClearQuestion = "Clear this conversation?";
-constexpr const char* kClearDetail =
-    "This removes what the two of you said. Her archive, her voice, and her photo are untouched.";
 // Where a Linux desktop keeps the same switch, for when writing the autostart entry failed.
 constexpr const char* kLoginItemsHint =
     "\n\nYou can also set this in your desktop's settings for startup applications.";
@@ -232,15 +230,7 @@ void AppDelegate::menuClearChat() {
 }
 
 bool AppDelegate::askToClear() {
-    QMessageBox alert;
-    alert.setWindowTitle("Lumenary");
-    alert.setText(kClearQuestion);
-    alert.setInformativeText(kClearDetail);
-    QPushButton* clear = alert.addButton("Clear", QMessageBox::DestructiveRole);
-    alert.addButton("Cancel", QMessageBox::RejectRole);
-    alert.setDefaultButton(clear);
-    alert.exec();
-    return alert.clickedButton() == clear;
+    return confirm(nullptr, Confirmations::clearConversation);
 }
 
 void AppDelegate::menuHide() {

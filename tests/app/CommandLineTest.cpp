@@ -46,17 +46,25 @@ TEST(CommandLine, SelfTestArgumentsTakeLeadingAsPairsThenTheQuery) {
 }
 
 TEST(CommandLine, DemoFindsItsPathAndNameAnywhere) {
-    auto demo = CommandLine::demoArguments(withProgram({"--as", "Amma", "--demo"}));
-    ASSERT_TRUE(demo);
-    EXPECT_EQ(demo->exportPath, "docs/sample-chat.txt");
-    EXPECT_EQ(demo->preferredName, "Amma");
-
-    demo =
-        CommandLine::demoArguments(withProgram({"x", "--demo", "--verbose", "~/chat.zip", "--as"}));
-    ASSERT_TRUE(demo);
-    EXPECT_EQ(demo->exportPath, "~/chat.zip");
-    EXPECT_EQ(demo->preferredName, std::nullopt);
-
+    struct Case {
+        std::vector<std::string> args;
+        std::optional<std::string> path;
+        std::optional<std::string> name;
+    };
+    const Case cases[] = {
+        {{"--demo"}, std::nullopt, std::nullopt},
+        // The name after "--as" is never taken for the export.
+        {{"--demo", "--as", "Amma"}, std::nullopt, "Amma"},
+        {{"--as", "Amma", "--demo"}, std::nullopt, "Amma"},
+        {{"--demo", "--as", "Amma", "~/chat.zip"}, "~/chat.zip", "Amma"},
+        {{"x", "--demo", "--verbose", "~/chat.zip", "--as"}, "~/chat.zip", std::nullopt},
+    };
+    for (const Case& c : cases) {
+        const auto demo = CommandLine::demoArguments(withProgram(c.args));
+        ASSERT_TRUE(demo);
+        EXPECT_EQ(demo->exportPath, c.path) << c.args.size();
+        EXPECT_EQ(demo->preferredName, c.name) << c.args.size();
+    }
     EXPECT_FALSE(CommandLine::demoArguments(withProgram({"--selftest", "x"})));
 }
 

@@ -110,30 +110,48 @@ TEST(ModelModes, DemoSeedsTheStoreThenAskAndPingReachTheConfiguredProvider) {
     Keys::removeAll();
 }
 
-TEST(ModelModes, DemoExpandsTheHomeFolderAndNamesAnExportItCannotRead) {
+std::vector<fs::path> earlierCopies() {
+    std::vector<fs::path> copies;
+    for (const auto& entry : fs::directory_iterator(Store::defaultFolder())) {
+        if (entry.path().filename().string().find("before-demo") != std::string::npos)
+            copies.push_back(entry.path());
+    }
+    return copies;
+}
+
+TEST(ModelModes, DemoKeepsOneEarlierCopyAndSaysWhyItCouldNotSeed) {
     ASSERT_TRUE(inPrivateHome());
     const fs::path home = XdgPaths::home();
     fs::copy_file(sampleChat(), home / "chat.txt", fs::copy_options::overwrite_existing);
 
-    // The folder already holds an archive from an earlier seeding: it is kept aside first.
-    const auto before = testing::readFile(Store::defaultFolder() / "messages.json");
-    auto run = runProgram({"--demo", "~/chat.txt"});
-    EXPECT_EQ(run.out, "Seeded 779 messages as Amma. Starting\u2026\n");
-    bool keptAside = before.empty();
-    for (const auto& entry : fs::directory_iterator(Store::defaultFolder())) {
-        if (entry.path().filename().string().starts_with("before-demo-")) {
-            keptAside = testing::readFile(entry.path() / "messages.json") == before;
-        }
+    // The folder already holds an archive from an earlier seeding: each run keeps one copy of
+    // what it replaces, and only the latest. A link among the files is not followed.
+    std::ofstream(home / "secret.txt") << "not hers";
+    fs::create_symlink(home / "secret.txt", Store::defaultFolder() / "chat.json");
+    for (int run = 0; run < 2; ++run) {
+        const auto before = testing::readFile(Store::defaultFolder() / "messages.json");
+        const auto seeded = runProgram({"--demo", "~/chat.txt"});
+        const auto copies = earlierCopies();
+        ASSERT_EQ(copies.size(), 1u);
+        EXPECT_EQ(seeded.out, "Kept a copy of the earlier archive in " + copies[0].string() +
+                                  ".\nSeeded 779 messages as Amma. Starting\u2026\n");
+        EXPECT_EQ(testing::readFile(copies[0] / "messages.json"), before);
+        EXPECT_FALSE(fs::exists(fs::symlink_status(copies[0] / "chat.json")));
     }
-    EXPECT_TRUE(keptAside);
     const Store store(Store::defaultFolder());
     EXPECT_EQ(store.persona().name, "Amma");
     EXPECT_TRUE(store.persona().herWordsOnly);
     EXPECT_TRUE(store.persona().onboarded);
     EXPECT_NE(store.index(), nullptr);
 
+    // From a folder without docs/, "--as" alone still seeds from the sample chat.
+    auto run = runProgram({"--demo", "--as", "Amma"});
+    EXPECT_NE(run.out.find("Seeded 779 messages as Amma."), std::string::npos) << run.err;
+
     run = runProgram({"--demo", "~/missing.txt"});
-    EXPECT_EQ(run.err, "Could not seed from " + (home / "missing.txt").string() + "\n");
+    EXPECT_EQ(run.err,
+              "Could not seed from " + (home / "missing.txt").string() +
+                  ": Could not open \u201Cmissing.txt\u201D: No such file or directory.\n");
     EXPECT_EQ(run.out, "");
     EXPECT_EQ(run.exitCode, 1);
 }

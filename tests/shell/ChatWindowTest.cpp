@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QPushButton>
 #include <QScrollBar>
 #include <QTextEdit>
 #include <chrono>
@@ -12,6 +13,7 @@
 #include <iostream>
 #include <map>
 
+#include "ConfirmationBox.h"
 #include "ManualScheduler.h"
 #include "OffscreenApplication.h"
 #include "TestSupport.h"
@@ -401,6 +403,15 @@ TEST(ChatWindow, TenThousandTurnsOfEveryShapeShowAndScroll) {
     EXPECT_TRUE(thread->showsNewest());
     const QRect newest = thread->visualRect(thread->rows().index(thread->rows().rowOfTurn(10'000)));
     EXPECT_TRUE(thread->viewport()->rect().intersects(newest));
+}
+
+TEST(ChatWindow, ClearingAsksOneQuestionWhoseReturnAndEscapeKeepTheConversation) {
+    // The chat window and the companion's menu both ask through this box.
+    const auto box = confirmationBox(nullptr, Confirmations::clearConversation);
+    ASSERT_NE(box->defaultButton(), nullptr);
+    EXPECT_EQ(box->defaultButton()->text(), "Cancel");
+    EXPECT_EQ(box->escapeButton(), static_cast<QAbstractButton*>(box->defaultButton()));
+    EXPECT_EQ(box->text(), "Clear this conversation?");
 }
 
 }  // namespace

@@ -24,13 +24,6 @@ inline constexpr std::string_view herWordsOnlyTitle = "Her words only";
 inline constexpr std::string_view herWordsOnlyHelp =
     "She may answer only with messages she really wrote. No generation at all.";
 
-inline constexpr std::string_view confirmClearTitle = "Clear this conversation?";
-inline constexpr std::string_view confirmClearMessage =
-    "This removes what the two of you said in this window. Her archive, her voice, and her photo "
-    "are untouched.";
-inline constexpr std::string_view confirmClearButton = "Clear";
-inline constexpr std::string_view cancelButton = "Cancel";
-
 inline constexpr std::string_view typingIndicator = "…";
 
 /// The window's title: her name, or "Lumenary" while she has none.

@@ -1,9 +1,8 @@
 #include "chat/ChatWindow.h"
 
-#include <QMessageBox>
-#include <QPushButton>
 #include <QVBoxLayout>
 
+#include "ConfirmationBox.h"
 #include "chat/ChatBanner.h"
 #include "chat/ChatComposer.h"
 #include "chat/ChatHeader.h"
@@ -152,21 +151,7 @@ void ChatWindow::setClearConfirmation(ClearConfirmation confirm) {
 }
 
 bool ChatWindow::askToClear(QWidget* window) {
-    QMessageBox box(window);
-    box.setWindowModality(Qt::WindowModal);
-    box.setIcon(QMessageBox::Warning);
-    box.setWindowTitle(qstr(ChatPresentation::confirmClearTitle));
-    box.setText(qstr(ChatPresentation::confirmClearTitle));
-    box.setInformativeText(qstr(ChatPresentation::confirmClearMessage));
-    QPushButton* clear =
-        box.addButton(qstr(ChatPresentation::confirmClearButton), QMessageBox::DestructiveRole);
-    QPushButton* cancel =
-        box.addButton(qstr(ChatPresentation::cancelButton), QMessageBox::RejectRole);
-    // Return must not throw the conversation away by accident.
-    box.setDefaultButton(cancel);
-    box.setEscapeButton(cancel);
-    box.exec();
-    return box.clickedButton() == clear;
+    return confirm(window, Confirmations::clearConversation);
 }
 
 void ChatWindow::showEvent(QShowEvent* event) {

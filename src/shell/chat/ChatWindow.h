@@ -44,7 +44,7 @@ public:
     /// Replaces the "Clear this conversation?" dialog (tests answer it without a dialog).
     void setClearConfirmation(ClearConfirmation confirm);
 
-    /// The standard confirmation: a window-modal message box with "Clear" and "Cancel".
+    /// The standard confirmation: a window-modal message box, "Cancel" by default.
     static bool askToClear(QWidget* window);
 
 protected:
