@@ -1,5 +1,6 @@
 #include "ProgramMain.h"
 
+#include <csignal>
 #include <exception>
 #include <new>
 #include <ostream>
@@ -19,6 +20,10 @@ int reportingFailures(const std::function<int()>& body, std::ostream& out, std::
         err << "lumenary: " << error.what() << '\n';
     }
     return 1;
+}
+
+void survivesFileSizeLimit() {
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 }  // namespace lumenary::ProgramMain

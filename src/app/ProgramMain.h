@@ -11,4 +11,9 @@ namespace lumenary::ProgramMain {
 /// memory says so instead of aborting.
 int reportingFailures(const std::function<int()>& body, std::ostream& out, std::ostream& err);
 
+/// Makes a file that outgrows the process's file-size limit (`ulimit -f`) fail its write with
+/// EFBIG, which every save already handles, instead of killing the program with SIGXFSZ and
+/// leaving a half-written temporary file behind. The setting survives the front's hand-over.
+void survivesFileSizeLimit();
+
 }  // namespace lumenary::ProgramMain

@@ -10,6 +10,7 @@
 
 int main(int argc, char** argv) {
     std::ios::sync_with_stdio(false);
+    lumenary::ProgramMain::survivesFileSizeLimit();
     const std::vector<std::string> args(argv, argv + argc);
     return lumenary::ProgramMain::reportingFailures(
         [&] { return lumenary::CommandLine::run(args, std::cout, std::cerr); }, std::cout,

@@ -11,6 +11,7 @@
 
 int main(int argc, char** argv) {
     std::ios::sync_with_stdio(false);
+    lumenary::ProgramMain::survivesFileSizeLimit();
     const std::vector<std::string> args(argv, argv + argc);
     if (args.size() < 2 || args[1] != "--selftest")
         return lumenary::HandOver::toWholeProgram(args, std::cerr);
